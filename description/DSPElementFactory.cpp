@@ -1,0 +1,58 @@
+#include "description/DSPElementFactory.h"
+
+#include "dsp/Gain.h"
+#include "dsp/LookupTableFilter.h"
+#include "dsp/Mixer.h"
+#include "dsp/Relaxation.h"
+#include "dsp/Switch.h"
+#include "runtime/Exceptions.h"
+
+#include <functional>
+#include <unordered_map>
+
+namespace nodara {
+
+namespace {
+
+using Maker = std::function<Filter*()>;
+
+template <class T>
+Maker maker() {
+    return [] { return new T(); };
+}
+
+const std::unordered_map<std::string, Maker>& builtInTable() {
+    static const std::unordered_map<std::string, Maker> table = {
+        {"Gain", maker<Gain>()},
+        {"LookupTableFilter", maker<LookupTableFilter>()},
+        {"Switch", maker<Switch>()},
+        {"Mixer", maker<Mixer>()},
+        {"Relaxation", maker<Relaxation>()},
+    };
+    return table;
+}
+
+} // namespace
+
+bool DSPElementFactory::isBuiltIn(const std::string& type) {
+    return builtInTable().count(type) != 0;
+}
+
+Filter* DSPElementFactory::create(const std::string& type) {
+    const auto& table = builtInTable();
+    if (auto found = table.find(type); found != table.end()) {
+        return found->second();
+    }
+    for (const auto& plugin : plugins) {
+        if (plugin->hasType(type)) {
+            return plugin->create(type);
+        }
+    }
+    throw NodaraException("Unknown element type: " + type);
+}
+
+void DSPElementFactory::addPluginFactory(const std::shared_ptr<PluginDSPElementFactory>& factory) {
+    plugins.push_back(factory);
+}
+
+} // namespace nodara

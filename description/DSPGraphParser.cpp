@@ -1,0 +1,171 @@
+#include "description/DSPGraphParser.h"
+
+#include "description/DSPElementFactory.h"
+#include "description/NewParser.h"
+#include "runtime/Exceptions.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace nodara {
+
+namespace {
+
+/// Position of the first element of that name, or -1.
+int32 positionOf(const std::vector<std::string>& names, const std::string& name) {
+    auto found = std::find(names.begin(), names.end(), name);
+    return found == names.end() ? -1 : static_cast<int32>(found - names.begin());
+}
+
+} // namespace
+
+std::shared_ptr<Graph> DSPGraphParser::parse(const std::string& name, const pugi::xml_node& node) {
+    auto graph = std::make_shared<DSPGraph>();
+    auto context = std::make_shared<DSPContext>();
+    graph->setContext(context);
+    context->setGraph(graph);
+    graph->setId(0);
+    graph->setName(name);
+    if (auto properties = node.select_node("./Properties")) {
+        graph->init(attributesOf(properties.node()));
+    }
+    auto elements = node.select_nodes("Element");
+    if (elements.empty()) {
+        throw NodaraException("No elements in graph " + name);
+    }
+    std::vector<std::string> names;
+    for (const auto& selected : elements) {
+        const pugi::xml_node element = selected.node();
+        std::unique_ptr<Filter> filter(
+            owner->getElementFactory()->create(element.attribute("Type").value()));
+        const std::string elementName = element.attribute("Name").value();
+        if (elementName.empty()) {
+            throw NodaraException("Element name is not specified. Graph: " + name);
+        }
+        Properties properties;
+        if (auto propertiesNode = element.select_node("./Properties")) {
+            properties = attributesOf(propertiesNode.node());
+        }
+        filter->init(elementName, properties, context);
+        context->addElement(filter.get());
+        filter.release();
+        names.push_back(elementName);
+    }
+    connect(*graph, node, names);
+    readOutputs(*graph, node, names);
+    if (auto count = node.child("NumberOfInputs")) {
+        graph->setNumberOfInputs(std::atoi(count.child_value()));
+    }
+    return graph;
+}
+
+void DSPGraphParser::connect(DSPGraph& graph, const pugi::xml_node& node,
+                             const std::vector<std::string>& names) {
+    const auto& filters = graph.getDSPContext()->getFilters();
+    std::vector<DSPGraph::Wires> sources;
+    std::vector<DSPGraph::Wires> ports;
+    size_t position = 0;
+    for (const auto& selected : node.select_nodes("Element")) {
+        auto inputs = selected.node().select_nodes("./Inputs/Input");
+        Filter* filter = filters[position++];
+        if (inputs.empty()) {
+            sources.emplace_back();
+            ports.emplace_back();
+            continue;
+        }
+        auto meta = filter->getMeta();
+        const auto slots = static_cast<size_t>(std::max(meta->getNumberOfInputs(), 0));
+        auto elementSlots = std::make_shared<std::vector<int32>>(slots, -2);
+        auto portSlots = std::make_shared<std::vector<int32>>(slots, -1);
+        for (const auto& input : inputs) {
+            const pugi::xml_node wire = input.node();
+            auto port = wire.attribute("Port");
+            if (!port) {
+                throw NodaraException("Input without a Port name.");
+            }
+            const auto slot = static_cast<size_t>(meta->getInputIndex(port.value()));
+            auto source = wire.attribute("Element");
+            if (!source) {
+                throw NodaraException("Input without an Element name.");
+            }
+            const std::string sourceName = source.value();
+            int32 sourceIndex = -1;
+            if (sourceName != "Graph") {
+                sourceIndex = positionOf(names, sourceName);
+                if (sourceIndex < 0) {
+                    throw NodaraException("Cannot find input filter with name " + sourceName);
+                }
+            }
+            auto output = wire.attribute("Output");
+            if (!output) {
+                throw NodaraException("Input without an Output port.");
+            }
+            (*elementSlots)[slot] = sourceIndex;
+            (*portSlots)[slot] =
+                sourceIndex == -1
+                    ? std::atoi(output.value())
+                    : filters[static_cast<size_t>(sourceIndex)]->getMeta()->getOutputIndex(
+                          output.value());
+        }
+        sources.push_back(elementSlots);
+        ports.push_back(portSlots);
+    }
+    graph.setConnections(std::move(sources), std::move(ports));
+}
+
+void DSPGraphParser::readOutputs(DSPGraph& graph, const pugi::xml_node& node,
+                                 const std::vector<std::string>& names) {
+    auto nodes = node.select_nodes("./Output/Node");
+    if (nodes.empty()) {
+        owner->addOutputNames(nullptr);
+        return;
+    }
+    const auto& filters = graph.getDSPContext()->getFilters();
+    auto outputNames = std::make_shared<std::vector<std::string>>();
+    std::vector<int32> elements;
+    std::vector<int32> indexes;
+    for (const auto& selected : nodes) {
+        const pugi::xml_node output = selected.node();
+        auto outputName = output.attribute("Name");
+        if (!outputName) {
+            throw NodaraException("Output Node without a name.");
+        }
+        auto element = output.attribute("Element");
+        if (!element) {
+            throw NodaraException("Output Node without an Element attribute.");
+        }
+        const int32 position = positionOf(names, element.value());
+        if (position < 0) {
+            throw NodaraException(std::string("Cannot find output filter with name ") +
+                                  element.value());
+        }
+        auto meta = filters[static_cast<size_t>(position)]->getMeta();
+        int32 index = 0;
+        if (auto port = output.attribute("Port")) {
+            index = meta->getOutputIndex(port.value());
+        } else if (auto indexText = output.attribute("Index")) {
+            index = std::atoi(indexText.value());
+        } else {
+            throw NodaraException("Output Node without a Port or an Index attribute.");
+        }
+        // An index past the element's outputs would be read out of its output list.
+        if (index < 0 || index >= meta->getNumberOfOutputs()) {
+            throw InvalidArgumentException(concat("Output Node ", outputName.value(),
+                                                  ": element ", element.value(),
+                                                  " has no output with index ", index));
+        }
+        outputNames->push_back(outputName.value());
+        elements.push_back(position);
+        indexes.push_back(index);
+    }
+    graph.setOutputs(std::move(elements), std::move(indexes));
+    owner->addOutputNames(outputNames);
+}
+
+std::shared_ptr<Graph> CircuitParser::parse(const std::string& name, const pugi::xml_node&) {
+    throw NodaraException("CircuitParser: graphs of Type \"MNA\" (circuit simulation) are not "
+                          "available in this build. Graph: " +
+                          name);
+}
+
+} // namespace nodara

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "runtime/DSPGraph.h"
+
+#include <pugixml.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace nodara {
+
+class NewParser;
+
+/// Fills one graph of Type "DSP": its elements, the wires between them and its outputs.
+class DSPGraphParser {
+public:
+    explicit DSPGraphParser(NewParser* owner) : owner(owner) {}
+    std::shared_ptr<Graph> parse(const std::string& name, const pugi::xml_node& node);
+
+private:
+    void connect(DSPGraph& graph, const pugi::xml_node& node,
+                 const std::vector<std::string>& names);
+    void readOutputs(DSPGraph& graph, const pugi::xml_node& node,
+                     const std::vector<std::string>& names);
+
+    NewParser* owner;
+};
+
+/// Fills one graph of Type "MNA".
+class CircuitParser {
+public:
+    explicit CircuitParser(NewParser* owner) : owner(owner) {}
+    std::shared_ptr<Graph> parse(const std::string& name, const pugi::xml_node& node);
+
+private:
+    NewParser* owner;
+};
+
+} // namespace nodara

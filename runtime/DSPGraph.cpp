@@ -1,0 +1,419 @@
+#include "runtime/DSPGraph.h"
+
+#include "runtime/Exceptions.h"
+
+#include <boost/graph/adjacency_list.hpp>
+#include <boost/graph/depth_first_search.hpp>
+#include <boost/graph/topological_sort.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <iterator>
+#include <list>
+#include <set>
+
+namespace nodara {
+
+namespace {
+
+using FilterNet = boost::adjacency_list<boost::setS, boost::vecS, boost::directedS>;
+using NetEdge = boost::graph_traits<FilterNet>::edge_descriptor;
+
+/// Collects the edges that close a cycle.
+struct BackEdgeRecorder : boost::default_dfs_visitor {
+    explicit BackEdgeRecorder(std::vector<NetEdge>& edges) : edges(&edges) {}
+    void back_edge(NetEdge edge, const FilterNet&) const { edges->push_back(edge); }
+    std::vector<NetEdge>* edges;
+};
+
+void copyOrSilence(const scalar* from, scalar* to, size_t frames) {
+    if (from == nullptr) {
+        std::fill_n(to, frames, 0.0f);
+    } else if (from != to) {
+        std::memmove(to, from, frames * sizeof(scalar));
+    }
+}
+
+} // namespace
+
+void DSPGraph::setConnections(std::vector<Wires> elements, std::vector<Wires> outputIndexes) {
+    inputElements = std::move(elements);
+    inputOutputs = std::move(outputIndexes);
+}
+
+void DSPGraph::setOutputs(std::vector<int32> elements, std::vector<int32> indexes) {
+    outputElements = std::move(elements);
+    outputIndices = std::move(indexes);
+    numberOfOutputs = static_cast<int32>(outputElements.size());
+    outputs.assign(outputElements.size(), nullptr);
+}
+
+void DSPGraph::init(const Properties& properties) {
+    std::string method;
+    if (readProperty(properties, "ProcessingMethod", method, stringParser)) {
+        if (method == "Block") {
+            processingMethod = dsp_graph::Block;
+        } else if (method == "Iterative") {
+            processingMethod = dsp_graph::Iterative;
+        } else if (method == "Sequential") {
+            processingMethod = dsp_graph::Sequential;
+        } else {
+            throw InvalidArgumentException("DSPGraph: Invalid ProcessingMethod property " + method);
+        }
+    }
+    if (processingMethod == dsp_graph::Iterative) {
+        readIterationSettings(properties);
+    }
+    Graph::init(properties);
+}
+
+void DSPGraph::readIterationSettings(const Properties& properties) {
+    requireProperty(properties, "RelativeTollerance", relativeTollerance, scalarParser,
+                    NodaraException("DSPGraph: RelativeTollerance is not defined."));
+    requireProperty(properties, "AbsoluteTollerance", absoluteTollerance, scalarParser,
+                    NodaraException("DSPGraph: AbsoluteTollerance is not defined."));
+    requireProperty(properties, "MaxIterations", maxIterations, intParser,
+                    NodaraException("DSPGraph: MaxIterations is not defined."));
+    if (!(relativeTollerance > 0.0f)) {
+        throw InvalidArgumentException(concat(
+            "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=",
+            relativeTollerance));
+    }
+    if (!(absoluteTollerance > 0.0f)) {
+        throw InvalidArgumentException(concat(
+            "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=",
+            absoluteTollerance));
+    }
+    if (maxIterations <= 0) {
+        throw InvalidArgumentException(
+            concat("DSPGraph: MaxIterations must be greater than 0. MaxIterations=", maxIterations));
+    }
+}
+
+void DSPGraph::init() {
+    if (!context) {
+        throw NodaraException("Context not set for DSPGraph " + name);
+    }
+    if (numberOfInputs < 1) {
+        throw NodaraException(concat("Invalid number of outputs for DSPGraph ", name,
+                                     ", number of outputs: ", numberOfInputs));
+    }
+    const auto& filters = context->getFilters();
+    inputElements.resize(filters.size());
+    inputOutputs.resize(filters.size());
+    portCounts.clear();
+    size_t maxPorts = 0;
+    for (Filter* filter : filters) {
+        portCounts.push_back(filter->getMeta()->getNumberOfInputs());
+        maxPorts = std::max(maxPorts, static_cast<size_t>(portCounts.back()));
+    }
+    checkGraphInputWires();
+    allocateForMethod(maxPorts);
+    computeOrder();
+    initialized = true;
+}
+
+// A wire from a graph input that does not exist would read past the caller's input list.
+void DSPGraph::checkGraphInputWires() const {
+    const auto& filters = context->getFilters();
+    for (size_t f = 0; f < filters.size(); ++f) {
+        if (!inputElements[f]) {
+            continue;
+        }
+        for (size_t port = 0; port < inputElements[f]->size(); ++port) {
+            const int32 input = (*inputOutputs[f])[port];
+            if ((*inputElements[f])[port] == -1 && input >= numberOfInputs) {
+                throw NodaraException(concat("DSPGraph: Element ", filters[f]->getName(),
+                                             " reads graph input ", input, " but graph ", name,
+                                             " has ", numberOfInputs, " input(s)."));
+            }
+        }
+    }
+}
+
+void DSPGraph::allocateForMethod(size_t maxPorts) {
+    switch (processingMethod) {
+    case dsp_graph::Block:
+        blockInputs.assign(maxPorts, nullptr);
+        break;
+    case dsp_graph::Sequential:
+        rows.assign(context->getFilters().size(), {});
+        sampleInputs.assign(static_cast<size_t>(numberOfInputs), 0.0f);
+        sequentialOutputs.assign(static_cast<size_t>(numberOfOutputs), {});
+        break;
+    case dsp_graph::Iterative:
+        iterationInputs = std::make_shared<std::vector<scalar>>(maxPorts, 0.0f);
+        results.assign(static_cast<size_t>(numberOfOutputs), 0.0f);
+        lastResults.assign(static_cast<size_t>(numberOfOutputs), 0.0f);
+        break;
+    }
+}
+
+// Vertices are the filters plus one for the graph input (number n); one edge per distinct
+// source. Feedback methods first drop the edges that close a cycle: there, the document order
+// decides where the one-sample delay sits.
+void DSPGraph::computeOrder() {
+    const auto n = static_cast<int32>(context->getFilters().size());
+    FilterNet net(static_cast<size_t>(n) + 1);
+    for (int32 f = 0; f < n; ++f) {
+        if (!inputElements[f]) {
+            continue;
+        }
+        for (size_t port = 0; port < inputElements[f]->size(); ++port) {
+            const int32 source = (*inputElements[f])[port];
+            if ((*inputOutputs[f])[port] == -1 || source < -1) {
+                continue;
+            }
+            boost::add_edge(static_cast<size_t>(source == -1 ? n : source),
+                            static_cast<size_t>(f), net);
+        }
+    }
+    if (processingMethod != dsp_graph::Block) {
+        std::vector<NetEdge> backEdges;
+        boost::depth_first_search(net, boost::visitor(BackEdgeRecorder(backEdges)));
+        for (const NetEdge& edge : backEdges) {
+            if (static_cast<int32>(boost::source(edge, net)) == n ||
+                static_cast<int32>(boost::target(edge, net)) == n) {
+                throw NodaraException("DSPGraph: A back edge containing graph detected. Cannot "
+                                      "create filter processing order.");
+            }
+            boost::remove_edge(edge, net);
+        }
+    }
+    std::list<size_t> sorted;
+    try {
+        boost::topological_sort(net, std::front_inserter(sorted));
+    } catch (const boost::not_a_dag&) {
+        throw NodaraException("Filters do not form a DAG.");
+    }
+    order.clear();
+    for (size_t vertex : sorted) {
+        if (static_cast<int32>(vertex) != n) {
+            order.push_back(static_cast<int32>(vertex));
+        }
+    }
+}
+
+void DSPGraph::setMaxBlockSize(int32 size) {
+    if (size < 1) {
+        throw NodaraException(concat("DSPGraph: Invalid maxBlockSize", size));
+    }
+    if (processingMethod == dsp_graph::Sequential) {
+        for (Filter* filter : context->getFilters()) {
+            filter->setMaxBlockSize(1);
+        }
+        if (size > maxBlockSize) {
+            for (auto& buffer : sequentialOutputs) {
+                buffer.resize(static_cast<size_t>(size));
+            }
+            wireSequentialRows();
+        }
+    } else {
+        for (Filter* filter : context->getFilters()) {
+            filter->setMaxBlockSize(size);
+        }
+    }
+    maxBlockSize = size;
+}
+
+void DSPGraph::setSampleRate(scalar rate) {
+    context->setSampleRate(rate);
+    if (processingMethod == dsp_graph::Sequential && maxBlockSize > 0) {
+        wireSequentialRows();
+    }
+}
+
+scalar* DSPGraph::sourceBuffer(int32 element, int32 output) const {
+    return context->getFilters()[static_cast<size_t>(element)]
+        ->getOutputs()[static_cast<size_t>(output)];
+}
+
+void DSPGraph::wireSequentialRows() {
+    for (size_t f = 0; f < rows.size(); ++f) {
+        rows[f].assign(static_cast<size_t>(portCounts[f]), nullptr);
+        if (!inputElements[f]) {
+            continue;
+        }
+        for (size_t port = 0; port < rows[f].size() && port < inputElements[f]->size(); ++port) {
+            const int32 source = (*inputElements[f])[port];
+            const int32 output = (*inputOutputs[f])[port];
+            if (output == -1 || source < -1) {
+                continue;
+            }
+            rows[f][port] = source == -1 ? &sampleInputs[static_cast<size_t>(output)]
+                                         : sourceBuffer(source, output);
+        }
+    }
+}
+
+void DSPGraph::process(const std::vector<scalar*>& inputs, size_t frames) {
+    if (frames > static_cast<size_t>(std::max(maxBlockSize, 0))) {
+        throw NodaraException(concat("maxBlockSize is less than input size. DSPGraph name: ", name,
+                                     " maxBlockSize: ", maxBlockSize, " input size:", frames));
+    }
+    process(inputs, outputs, frames);
+}
+
+void DSPGraph::process(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
+                       size_t frames) {
+    if (!initialized) {
+        throw NodaraException("DSPGraph is not initialized. DSPGraph Name: " + name);
+    }
+    if (bypassed) {
+        if (numberOfInputs != numberOfOutputs) {
+            throw NodaraException("DSPGraph: Cannot bypass a graph that does not have the same "
+                                  "number of inputs and outputs. Graph name: " +
+                                  name);
+        }
+        runBypass(inputs, out, frames);
+    } else if (off) {
+        runOff(out, frames);
+    } else if (processingMethod == dsp_graph::Block) {
+        runBlock(inputs, out, frames);
+    } else if (processingMethod == dsp_graph::Sequential) {
+        runSequential(inputs, out, frames);
+    } else if (processingMethod == dsp_graph::Iterative) {
+        runIterative(inputs, out, frames);
+    } else {
+        throw NodaraException("Invalid processing method");
+    }
+}
+
+void DSPGraph::runBlock(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
+                        size_t frames) {
+    const auto& filters = context->getFilters();
+    for (int32 f : order) {
+        const auto& sources = inputElements[static_cast<size_t>(f)];
+        const auto& sourceOutputs = inputOutputs[static_cast<size_t>(f)];
+        const auto ports = static_cast<size_t>(portCounts[static_cast<size_t>(f)]);
+        for (size_t port = 0; port < ports; ++port) {
+            scalar* pointer = nullptr;
+            if (sources && port < sources->size()) {
+                const int32 source = (*sources)[port];
+                const int32 output = (*sourceOutputs)[port];
+                if (output != -1 && source >= -1) {
+                    pointer = source == -1 ? inputs[static_cast<size_t>(output)]
+                                           : sourceBuffer(source, output);
+                }
+            }
+            blockInputs[port] = pointer;
+        }
+        filters[static_cast<size_t>(f)]->process(blockInputs, frames);
+    }
+    for (size_t i = 0; i < out.size(); ++i) {
+        out[i] = outputBufferOf(i);
+    }
+}
+
+scalar* DSPGraph::outputBufferOf(size_t output) {
+    if (processingMethod == dsp_graph::Sequential) {
+        return sequentialOutputs[output].data();
+    }
+    return sourceBuffer(outputElements[output], outputIndices[output]);
+}
+
+void DSPGraph::runSequential(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
+                             size_t frames) {
+    const auto& filters = context->getFilters();
+    const size_t inputCount = std::min(sampleInputs.size(), inputs.size());
+    for (size_t frame = 0; frame < frames; ++frame) {
+        for (size_t i = 0; i < inputCount; ++i) {
+            if (inputs[i] != nullptr) {
+                sampleInputs[i] = inputs[i][frame];
+            }
+        }
+        for (size_t f = 0; f < filters.size(); ++f) {
+            filters[f]->process(rows[f], 1);
+        }
+        for (size_t i = 0; i < sequentialOutputs.size(); ++i) {
+            sequentialOutputs[i][frame] = sourceBuffer(outputElements[i], outputIndices[i])[0];
+        }
+    }
+    for (size_t i = 0; i < out.size(); ++i) {
+        out[i] = sequentialOutputs[i].data();
+    }
+}
+
+void DSPGraph::runIterative(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
+                            size_t frames) {
+    const auto& filters = context->getFilters();
+    for (size_t frame = 0; frame < frames; ++frame) {
+        iterateFrame(inputs, frame);
+        for (Filter* filter : filters) {
+            filter->endIteration(frame);
+        }
+    }
+    for (size_t i = 0; i < out.size(); ++i) {
+        out[i] = outputBufferOf(i);
+    }
+}
+
+// Passes until every output has moved by at most its relative tolerance and by at most the
+// absolute tolerance; at least two passes unless MaxIterations is 1.
+void DSPGraph::iterateFrame(const std::vector<scalar*>& inputs, size_t frame) {
+    const auto& filters = context->getFilters();
+    std::fill(lastResults.begin(), lastResults.end(), 0.0f);
+    int32 iteration = 0;
+    scalar errorRelative = absoluteTollerance + 1.0f;
+    scalar errorAbsolute = absoluteTollerance + 1.0f;
+    auto& values = *iterationInputs;
+    while ((errorRelative > 0.0f || errorAbsolute > absoluteTollerance) &&
+           iteration < maxIterations) {
+        for (int32 f : order) {
+            const auto& sources = inputElements[static_cast<size_t>(f)];
+            const auto& sourceOutputs = inputOutputs[static_cast<size_t>(f)];
+            const auto ports = static_cast<size_t>(portCounts[static_cast<size_t>(f)]);
+            for (size_t port = 0; port < ports; ++port) {
+                scalar value = 0.0f;
+                if (sources && port < sources->size()) {
+                    const int32 source = (*sources)[port];
+                    const int32 output = (*sourceOutputs)[port];
+                    if (output != -1 && source == -1) {
+                        const scalar* input = inputs[static_cast<size_t>(output)];
+                        value = input ? input[frame] : 0.0f;
+                    } else if (output != -1 && source >= 0) {
+                        value = (*filters[static_cast<size_t>(source)]
+                                      ->getLastIterationResults())[static_cast<size_t>(output)];
+                    }
+                }
+                values[port] = value;
+            }
+            filters[static_cast<size_t>(f)]->iteration(iterationInputs, frame, iteration);
+        }
+        errorRelative = -1.0f;
+        errorAbsolute = -1.0f;
+        for (size_t i = 0; i < results.size(); ++i) {
+            results[i] = (*filters[static_cast<size_t>(outputElements[i])]
+                               ->getLastIterationResults())[static_cast<size_t>(outputIndices[i])];
+            if (iteration == 0) {
+                errorRelative = 1.0f;
+                errorAbsolute = absoluteTollerance + 1.0f;
+            } else {
+                const scalar difference = std::fabs(results[i] - lastResults[i]);
+                errorAbsolute = std::max(errorAbsolute, difference);
+                errorRelative = std::max(errorRelative,
+                                         difference - relativeTollerance * std::fabs(results[i]));
+            }
+        }
+        lastResults = results;
+        ++iteration;
+    }
+}
+
+void DSPGraph::runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
+                         size_t frames) {
+    for (size_t i = 0; i < out.size(); ++i) {
+        out[i] = outputBufferOf(i);
+        copyOrSilence(i < inputs.size() ? inputs[i] : nullptr, out[i], frames);
+    }
+}
+
+void DSPGraph::runOff(std::vector<scalar*>& out, size_t frames) {
+    for (size_t i = 0; i < out.size(); ++i) {
+        out[i] = outputBufferOf(i);
+        std::fill_n(out[i], frames, 0.0f);
+    }
+}
+
+} // namespace nodara

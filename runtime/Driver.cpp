@@ -1,0 +1,355 @@
+#include "runtime/Driver.h"
+
+#include "description/DSPElementFactory.h"
+#include "description/NewParser.h"
+#include "runtime/Context.h"
+#include "runtime/Element.h"
+#include "runtime/Exceptions.h"
+
+#include <boost/graph/adjacency_list.hpp>
+#include <boost/graph/topological_sort.hpp>
+
+#include <cmath>
+#include <iterator>
+#include <list>
+#include <set>
+#include <sstream>
+#include <thread>
+
+namespace nodara {
+
+namespace {
+
+/// Clears the processing flag when a block ends, also by an exception, so that a failed block
+/// cannot leave `setSuspended` waiting for ever.
+class ProcessingGuard {
+public:
+    explicit ProcessingGuard(std::atomic<bool>& flag) : flag(flag) {}
+    ~ProcessingGuard() { flag.store(false, std::memory_order_release); }
+    ProcessingGuard(const ProcessingGuard&) = delete;
+    ProcessingGuard& operator=(const ProcessingGuard&) = delete;
+
+private:
+    std::atomic<bool>& flag;
+};
+
+/// Releases a control's lock and marks its value consumed, also when a target refused it.
+class ControlApplication {
+public:
+    explicit ControlApplication(Control& control) : control(control) {}
+    ~ControlApplication() {
+        control.clearDirty();
+        control.unlock();
+    }
+    ControlApplication(const ControlApplication&) = delete;
+    ControlApplication& operator=(const ControlApplication&) = delete;
+
+private:
+    Control& control;
+};
+
+} // namespace
+
+void Driver::setElementFactory(const std::shared_ptr<DSPElementFactory>& factory) {
+    dspElementFactory = factory;
+}
+
+void Driver::setPluginElementFactories(const FactoryList& factories) {
+    pluginElementFactories = factories;
+}
+
+void Driver::init(std::istream& document) {
+    std::ostringstream text;
+    text << document.rdbuf();
+    NewParser parser;
+    if (dspElementFactory) {
+        parser.setElementFactory(dspElementFactory);
+    }
+    if (pluginElementFactories) {
+        for (const auto& factory : *pluginElementFactories) {
+            parser.getElementFactory()->addPluginFactory(factory);
+        }
+    }
+    parser.parse(text.str());
+
+    graphs = parser.getGraphs();
+    for (const auto& graph : *graphs) {
+        graph->getContext()->setDriver(shared_from_this());
+        graphsByName[graph->getName()] = graph;
+    }
+    inputGraphs = parser.getInputGraphs();
+    inputNodes = parser.getInputNodes();
+    outputGraphs = parser.getOutputGraphs();
+    outputNodes = parser.getOutputNodes();
+    computeOrder();
+
+    size_t widest = 0;
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        widest = std::max(widest, static_cast<size_t>((*graphs)[g]->getNumberOfInputs()));
+        if (const auto& sources = (*inputGraphs)[g]) {
+            widest = std::max(widest, sources->size());
+        }
+    }
+    graphInputs.assign(widest, nullptr);
+    multipliers.assign(graphs->size(), 1.0);
+    updateMultipliers();
+    outputs->assign(outputGraphs ? outputGraphs->size() : 0, nullptr);
+
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        (*graphs)[g]->init();
+        if (maxBlockSize > 0) {
+            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
+        }
+    }
+    controls = parser.getControls();
+    bindProperties();
+    initialized = true;
+}
+
+// One vertex per graph and one edge per distinct source graph; sources come first.
+void Driver::computeOrder() {
+    using GraphNet = boost::adjacency_list<boost::setS, boost::vecS, boost::directedS>;
+    GraphNet net(graphs->size());
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        if (const auto& sources = (*inputGraphs)[g]) {
+            for (int32 source : *sources) {
+                if (source >= 0) {
+                    boost::add_edge(static_cast<size_t>(source), g, net);
+                }
+            }
+        }
+    }
+    std::list<size_t> sorted;
+    try {
+        boost::topological_sort(net, std::front_inserter(sorted));
+    } catch (const boost::not_a_dag&) {
+        throw NodaraException("Graphs do not form a DAG.");
+    }
+    order.assign(sorted.begin(), sorted.end());
+}
+
+void Driver::updateMultipliers() {
+    for (const auto& graph : *graphs) {
+        graph->setInputMultiplier(1.0);
+    }
+    for (int32 g : order) {
+        auto& graph = (*graphs)[static_cast<size_t>(g)];
+        double m = -1.0;
+        if (const auto& sources = (*inputGraphs)[static_cast<size_t>(g)]) {
+            for (int32 source : *sources) {
+                const double c =
+                    source < 0 ? 1.0 : (*graphs)[static_cast<size_t>(source)]->getOutputMultiplier();
+                if (!(m > 0.0)) {
+                    m = c;
+                } else if (std::fabs(c - m) > 1e-10) {
+                    throw NodaraException("Invalid input multipliers for graph " +
+                                          graph->getName());
+                }
+            }
+        }
+        graph->setInputMultiplier(m);
+        multipliers[static_cast<size_t>(g)] = m;
+    }
+    if (outputGraphs) {
+        for (int32 source : *outputGraphs) {
+            if (source < 0) {
+                continue;
+            }
+            const double m = (*graphs)[static_cast<size_t>(source)]->getOutputMultiplier();
+            if (m != 1.0) {
+                throw NodaraException(concat("Invalid multiplier. Expected 1 but got ", m));
+            }
+        }
+    }
+}
+
+void Driver::bindProperties() {
+    if (!controls) {
+        return;
+    }
+    properties = std::make_shared<std::vector<std::shared_ptr<Property>>>();
+    std::set<std::string> seen;
+    for (const auto& control : *controls) {
+        for (const auto& property : *control->getProperties()) {
+            const std::string key =
+                property->graphName + '\n' + property->name + '\n' + property->elementName;
+            if (!seen.insert(key).second) {
+                throw NodaraException(
+                    "Driver: Multiple definitions of the same property. Property name: " +
+                    property->name + " graph: " + property->graphName +
+                    " element: " + property->elementName);
+            }
+            property->index = static_cast<int32>(properties->size());
+            properties->push_back(property);
+        }
+    }
+    for (const auto& property : *properties) {
+        auto found = graphsByName.find(property->graphName);
+        if (found == graphsByName.end()) {
+            throw NodaraException("Invalid Property: Invalid graph name " + property->graphName +
+                                  ". Property, name=" + property->name);
+        }
+        property->graph = found->second;
+        if (!property->elementName.empty()) {
+            property->element = found->second->getContext()->getElement(property->elementName);
+            if (property->element == nullptr) {
+                throw NodaraException("Invalid Property: Invalid element name " +
+                                      property->elementName + ". Property, name=" +
+                                      property->name);
+            }
+        }
+    }
+}
+
+int32 Driver::blockSizeFor(size_t graph, int32 frames) const {
+    return static_cast<int32>(std::floor(frames * multipliers[graph] + 0.5));
+}
+
+int32 Driver::getNumberOfSystemInputs() const {
+    int32 count = 0;
+    for (size_t g = 0; inputGraphs && g < inputGraphs->size(); ++g) {
+        const auto& sources = (*inputGraphs)[g];
+        for (size_t i = 0; sources && i < sources->size(); ++i) {
+            if ((*sources)[i] == -1) {
+                count = std::max(count, (*(*inputNodes)[g])[i] + 1);
+            }
+        }
+    }
+    for (size_t o = 0; outputGraphs && o < outputGraphs->size(); ++o) {
+        if ((*outputGraphs)[o] == -1) {
+            count = std::max(count, (*outputNodes)[o] + 1);
+        }
+    }
+    return count;
+}
+
+std::shared_ptr<Graph>& Driver::getGraph(std::string name) {
+    auto found = graphsByName.find(name);
+    if (found == graphsByName.end()) {
+        throw InvalidArgumentException(name + " is not a valid graph name.");
+    }
+    return found->second;
+}
+
+void Driver::setSuspended(bool value) {
+    bool idle = false;
+    while (!processing.compare_exchange_weak(idle, true, std::memory_order_acquire)) {
+        idle = false;
+        std::this_thread::yield();
+    }
+    suspended.store(value);
+    processing.store(false, std::memory_order_release);
+}
+
+void Driver::setSampleRate(scalar rate) {
+    sampleRate = rate;
+    if (initialized) {
+        for (size_t g = 0; g < graphs->size(); ++g) {
+            (*graphs)[g]->setSampleRate(static_cast<scalar>(multipliers[g]) * rate);
+        }
+    }
+}
+
+void Driver::setMaxBlockSize(int32 size) {
+    if (size < 1) {
+        throw InvalidArgumentException(
+            concat("Driver: maxBlockSize must be greater than zero. maxBlockSize=", size));
+    }
+    maxBlockSize = size;
+    if (initialized) {
+        for (size_t g = 0; g < graphs->size(); ++g) {
+            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, size));
+        }
+    }
+}
+
+void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
+    if (!initialized) {
+        throw NodaraException("Cannot process. Driver is not initialized.");
+    }
+    if (suspended.load()) {
+        throw NodaraException("Driver: Cannot process. Driver is in the suspend state.");
+    }
+    if (maxBlockSize < 0) {
+        throw NodaraException("Driver: Cannot process. maxBlockSize is not set.");
+    }
+    if (processing.exchange(true, std::memory_order_acquire)) {
+        publishOutputs(inputs);
+        return;
+    }
+    ProcessingGuard guard(processing);
+    applyControls();
+    if (graphsChanged.load()) {
+        applyRateChange();
+    }
+    runGraphs(inputs, framesPerBuffer);
+    publishOutputs(inputs);
+}
+
+void Driver::applyControls() {
+    if (!controls) {
+        return;
+    }
+    for (const auto& control : *controls) {
+        if (!control->isDirty() || !control->tryLock()) {
+            continue;
+        }
+        ControlApplication application(*control);
+        for (const auto& target : *control->getProperties()) {
+            if (target->element == nullptr) {
+                target->graph->setProperty(target->name, target->value);
+            } else if (target->type == Property::ScalarType) {
+                target->element->propertyChanged(target->name, target->value);
+            } else {
+                target->element->propertyChanged(target->name, target->vectorValue);
+            }
+        }
+    }
+}
+
+// Rates follow a change of multiplier, off or bypass: filters are redesigned and buffers grow
+// here, on the audio thread, by design.
+void Driver::applyRateChange() {
+    updateMultipliers();
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        (*graphs)[g]->setSampleRate(static_cast<scalar>(multipliers[g]) * sampleRate);
+        if (maxBlockSize > 0) {
+            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
+        }
+    }
+    graphsChanged.store(false);
+}
+
+scalar* Driver::sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const {
+    if (graph < 0) {
+        if (node < 0 || static_cast<size_t>(node) >= inputs.size()) {
+            throw NodaraException(concat("Driver: the system reads input ", node, " but ",
+                                         inputs.size(), " input(s) were given."));
+        }
+        return inputs[static_cast<size_t>(node)];
+    }
+    return (*graphs)[static_cast<size_t>(graph)]->getOutput(node);
+}
+
+void Driver::runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
+    for (int32 g : order) {
+        const auto index = static_cast<size_t>(g);
+        std::fill(graphInputs.begin(), graphInputs.end(), nullptr);
+        if (const auto& sources = (*inputGraphs)[index]) {
+            const auto& nodes = *(*inputNodes)[index];
+            for (size_t j = 0; j < sources->size(); ++j) {
+                graphInputs[j] = sourceOf((*sources)[j], nodes[j], inputs);
+            }
+        }
+        (*graphs)[index]->process(graphInputs,
+                                  static_cast<size_t>(blockSizeFor(index, framesPerBuffer)));
+    }
+}
+
+void Driver::publishOutputs(const std::vector<scalar*>& inputs) {
+    for (size_t i = 0; i < outputs->size(); ++i) {
+        (*outputs)[i] = sourceOf((*outputGraphs)[i], (*outputNodes)[i], inputs);
+    }
+}
+
+} // namespace nodara

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "runtime/Control.h"
+#include "runtime/Graph.h"
+#include "runtime/Property.h"
+#include "runtime/Types.h"
+
+#include <atomic>
+#include <istream>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace nodara {
+
+class DSPElementFactory;
+class PluginDSPElementFactory;
+
+/// Runs a system: named graphs fed by each other and by the system inputs, in dependency
+/// order, each at its own rate (the product of the multipliers upstream), with control values
+/// carried to their targets at the head of each block.
+///
+/// Threads: `process` on the audio thread. `setSuspended` from any thread; it waits for a
+/// running block. `setSampleRate` and `setMaxBlockSize` do not synchronise with `process`:
+/// call them while suspended. `setGraphsChanged` from an element during a block.
+class Driver : public std::enable_shared_from_this<Driver> {
+public:
+    using GraphList = std::shared_ptr<std::vector<std::shared_ptr<Graph>>>;
+    using IndexList = std::shared_ptr<std::vector<int32>>;
+    using IndexLists = std::shared_ptr<std::vector<IndexList>>;
+    using ControlList = std::shared_ptr<std::vector<std::shared_ptr<Control>>>;
+    using FactoryList = std::shared_ptr<std::vector<std::shared_ptr<PluginDSPElementFactory>>>;
+
+    virtual ~Driver() = default;
+
+    /// One block of `framesPerBuffer` frames at the system rate.
+    virtual void process(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
+    /// The output pointers of the last block.
+    virtual std::shared_ptr<std::vector<scalar*>>& getOutputs() { return outputs; }
+    virtual std::shared_ptr<Graph>& getGraph(std::string name);
+    /// Any thread; waits until a running block has ended.
+    virtual void setSuspended(bool value);
+    virtual bool isSuspended() const { return suspended.load(); }
+    virtual bool isProcessing() const { return processing.load(); }
+    virtual ControlList getControls() const { return controls; }
+    /// A graph's multiplier, off or bypass state changed: rates are redone at the next block.
+    virtual void setGraphsChanged() { graphsChanged.store(true); }
+
+    void setElementFactory(const std::shared_ptr<DSPElementFactory>& factory);
+    void setPluginElementFactories(const FactoryList& factories);
+    /// Parses the document, orders the graphs, computes their rates and binds the controls.
+    void init(std::istream& document);
+    /// Not while processing; redesigns rate-dependent filters.
+    void setSampleRate(scalar rate);
+    /// Not while processing; allocates. The largest block `process` will be given.
+    void setMaxBlockSize(int32 size);
+
+    scalar getSampleRate() const { return sampleRate; }
+    int32 getMaxBlockSize() const { return maxBlockSize; }
+    const GraphList& getGraphs() const { return graphs; }
+    /// How many system inputs the document reads: the largest index used, plus one.
+    int32 getNumberOfSystemInputs() const;
+    size_t getNumberOfOutputs() const { return outputs->size(); }
+    /// The processing order, as graph indices.
+    const std::vector<int32>& getOrder() const { return order; }
+    /// The input multiplier of each graph: its rate relative to the system rate.
+    const std::vector<double>& getMultipliers() const { return multipliers; }
+    /// Frames a graph handles for `frames` at the system rate.
+    int32 blockSizeFor(size_t graph, int32 frames) const;
+
+private:
+    void computeOrder();
+    void updateMultipliers();
+    void bindProperties();
+    void applyControls();
+    void applyRateChange();
+    void runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
+    void publishOutputs(const std::vector<scalar*>& inputs);
+    scalar* sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const;
+
+    std::shared_ptr<DSPElementFactory> dspElementFactory;
+    FactoryList pluginElementFactories;
+    std::unordered_map<std::string, std::shared_ptr<Graph>> graphsByName;
+    GraphList graphs = std::make_shared<std::vector<std::shared_ptr<Graph>>>();
+    IndexLists inputGraphs;
+    IndexLists inputNodes;
+    IndexList outputGraphs;
+    IndexList outputNodes;
+    std::vector<double> multipliers;
+    std::vector<scalar*> graphInputs;
+    std::shared_ptr<std::vector<scalar*>> outputs = std::make_shared<std::vector<scalar*>>();
+    std::shared_ptr<std::vector<std::shared_ptr<Property>>> properties;
+    ControlList controls;
+    std::vector<int32> order;
+    scalar sampleRate = 44100.0f;
+    int32 maxBlockSize = -1;
+    bool initialized = false;
+    std::atomic<bool> suspended{false};
+    std::atomic<bool> processing{false};
+    std::atomic<bool> graphsChanged{false};
+};
+
+} // namespace nodara

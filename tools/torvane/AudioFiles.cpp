@@ -1,0 +1,86 @@
+#include "tools/torvane/AudioFiles.h"
+
+#include "tools/torvane/CommandLine.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace torvane::cli {
+
+AudioReader::AudioReader(const std::string& path) : path(path) {
+    file = sf_open(path.c_str(), SFM_READ, &info);
+    if (file == nullptr) {
+        throw FileError("cannot read audio file " + path + ": " + sf_strerror(nullptr));
+    }
+    if (info.channels < 1 || info.samplerate < 1) {
+        sf_close(file);
+        throw FileError("audio file " + path + " has no channels or no sample rate");
+    }
+}
+
+AudioReader::~AudioReader() { sf_close(file); }
+
+size_t AudioReader::read(std::vector<std::vector<float>>& channelBuffers, size_t frames) {
+    const auto channelCount = static_cast<size_t>(info.channels);
+    interleaved.resize(frames * channelCount);
+    const sf_count_t got = sf_readf_float(file, interleaved.data(), static_cast<sf_count_t>(frames));
+    if (got < 0) {
+        throw FileError("error while reading " + path + ": " + sf_strerror(file));
+    }
+    const auto count = static_cast<size_t>(got);
+    channelBuffers.resize(channelCount);
+    for (size_t c = 0; c < channelCount; ++c) {
+        channelBuffers[c].resize(frames);
+        for (size_t i = 0; i < count; ++i) {
+            channelBuffers[c][i] = interleaved[i * channelCount + c];
+        }
+    }
+    return count;
+}
+
+AudioWriter::AudioWriter(const std::string& path, int channels, int sampleRate)
+    : path(path), temporaryPath(path + ".partial"), channelCount(channels) {
+    SF_INFO info{};
+    info.channels = channels;
+    info.samplerate = sampleRate;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    file = sf_open(temporaryPath.c_str(), SFM_WRITE, &info);
+    if (file == nullptr) {
+        throw FileError("cannot write audio file " + path + ": " + sf_strerror(nullptr));
+    }
+}
+
+AudioWriter::~AudioWriter() {
+    if (file != nullptr) {
+        sf_close(file);
+    }
+    if (!committed) {
+        ::unlink(temporaryPath.c_str());
+    }
+}
+
+void AudioWriter::write(const std::vector<const float*>& channelData, size_t frames) {
+    const auto channels = static_cast<size_t>(channelCount);
+    interleaved.resize(frames * channels);
+    for (size_t c = 0; c < channels; ++c) {
+        for (size_t i = 0; i < frames; ++i) {
+            interleaved[i * channels + c] = channelData[c][i];
+        }
+    }
+    const sf_count_t written =
+        sf_writef_float(file, interleaved.data(), static_cast<sf_count_t>(frames));
+    if (written != static_cast<sf_count_t>(frames)) {
+        throw FileError("error while writing " + path + ": " + sf_strerror(file));
+    }
+}
+
+void AudioWriter::commit() {
+    const int closed = sf_close(file);
+    file = nullptr;
+    if (closed != 0 || std::rename(temporaryPath.c_str(), path.c_str()) != 0) {
+        throw FileError("cannot write audio file " + path);
+    }
+    committed = true;
+}
+
+} // namespace torvane::cli

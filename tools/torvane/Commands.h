@@ -1,0 +1,23 @@
+#pragma once
+
+#include "tools/torvane/CommandLine.h"
+
+#include "runtime/Driver.h"
+
+#include <memory>
+#include <string>
+
+namespace torvane::cli {
+
+/// Each command returns the process's exit code; usage and file errors are thrown.
+int checkCommand(Arguments& arguments);
+int runCommand(Arguments& arguments);
+int generateCommand(Arguments& arguments);
+int infoCommand(Arguments& arguments);
+
+/// The text of a file, or a FileError naming it.
+std::string readTextFile(const std::string& path);
+/// A driver with the product's element types, initialised from a document text.
+std::shared_ptr<nodara::Driver> makeDriver(const std::string& document);
+
+} // namespace torvane::cli

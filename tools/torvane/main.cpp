@@ -1,0 +1,120 @@
+#include "tools/torvane/Commands.h"
+
+#include "runtime/Exceptions.h"
+
+#include <functional>
+#include <iostream>
+#include <map>
+
+namespace {
+
+using torvane::cli::Arguments;
+
+struct Command {
+    std::function<int(Arguments&)> run;
+    const char* usage;
+};
+
+const char* const toolUsage = R"(torvane: runs system documents and the Torvane amplifier.
+
+Usage: torvane <command> [options]
+
+Commands:
+  check DOC.xml          parse and initialise a system document
+  run DOC.xml ...        run a document over an audio file
+  generate --out F.wav   write a test signal (sweep, sine or noise)
+  info FILE.wav          print a file's format, peak and RMS level
+
+Run 'torvane <command> --help' for the options of a command.
+)";
+
+const std::map<std::string, Command>& commands() {
+    static const std::map<std::string, Command> table = {
+        {"check",
+         {torvane::cli::checkCommand,
+          R"(Usage: torvane check DOC.xml
+
+Reads the document and initialises a driver with it.
+Prints "ok: G graphs, O outputs, C controls" and exits 0; a document error is
+printed on the first line of stderr with exit 1; an unreadable file exits 2.
+)"}},
+        {"run",
+         {torvane::cli::runCommand,
+          R"(Usage: torvane run DOC.xml --in IN.wav --out OUT.wav [--rate HZ] [--block N]
+                   [--set NAME=VALUE[@SECONDS]]...
+
+Runs the document over an audio file. Input channel i feeds system input i;
+a mono file feeds every system input. System output j becomes channel j of
+OUT.wav, written as 32-bit float WAV at the input's sample rate.
+
+  --rate HZ      the sample rate the driver is told (no resampling);
+                 default: the input file's rate
+  --block N      frames per block, default 256; the last block may be shorter
+  --set NAME=VALUE
+                 writes control NAME before the first block (identity map)
+  --set NAME=VALUE@SECONDS
+                 writes it at the first block that starts at or after SECONDS
+
+On any failure the message goes to stderr, the exit code is 1 and no output
+file is left behind.
+)"}},
+        {"generate",
+         {torvane::cli::generateCommand,
+          R"(Usage: torvane generate --out OUT.wav [--kind sweep|sine|noise] [--seconds S]
+                        [--rate HZ] [--frequency HZ]
+
+Writes a mono 32-bit float test signal at half scale: a logarithmic sweep from
+40 Hz to 8 kHz (default), a sine (default 440 Hz) or white noise.
+Defaults: 2 seconds at 48000 Hz.
+)"}},
+        {"info",
+         {torvane::cli::infoCommand,
+          R"(Usage: torvane info FILE.wav
+
+Prints the channels, sample rate and length of an audio file, and the peak and
+RMS level of each channel.
+)"}},
+    };
+    return table;
+}
+
+int usageError(const std::string& command, const std::string& message) {
+    std::cerr << "torvane " << command << ": " << message << "\n"
+              << "Run 'torvane " << command << " --help' for usage.\n";
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty() || words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
+        std::cout << toolUsage;
+        return words.empty() ? 2 : 0;
+    }
+    const std::string name = words[0];
+    auto found = commands().find(name);
+    if (found == commands().end()) {
+        std::cerr << "torvane: unknown command \"" << name << "\"\n\n" << toolUsage;
+        return 2;
+    }
+    Arguments arguments(std::vector<std::string>(words.begin() + 1, words.end()));
+    if (arguments.wantsHelp()) {
+        std::cout << found->second.usage;
+        return 0;
+    }
+    try {
+        return found->second.run(arguments);
+    } catch (const torvane::cli::UsageError& error) {
+        return usageError(name, error.what());
+    } catch (const torvane::cli::FileError& error) {
+        std::cerr << "torvane " << name << ": " << error.what() << "\n";
+        return 2;
+    } catch (const nodara::NodaraException& error) {
+        std::cerr << error.getMessage() << "\n";
+        return 1;
+    } catch (const std::exception& error) {
+        std::cerr << "torvane " << name << ": " << error.what() << "\n";
+        return 1;
+    }
+}
