@@ -10,6 +10,7 @@ public:
     Gain() : BufferedFilter("Gain") {}
 
     using BufferedFilter::process;
+    using Filter::init;
     using BufferedFilter::propertyChanged;
     void propertyChanged(const std::string& name, scalar value) override;
     void init(const std::string& name, const Properties& properties,

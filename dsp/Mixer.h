@@ -14,6 +14,7 @@ public:
     Mixer() : BufferedFilter("Mixer") {}
 
     using BufferedFilter::process;
+    using Filter::init;
     using BufferedFilter::propertyChanged;
     void propertiesChanged(const Properties& properties) override;
     void propertyChanged(const std::string& name, scalar value) override;

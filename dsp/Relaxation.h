@@ -10,6 +10,7 @@ namespace nodara {
 class Relaxation : public Filter {
 public:
     using Filter::process;
+    using Filter::init;
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;
     /// Returns 0 and does nothing.

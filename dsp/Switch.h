@@ -12,6 +12,7 @@ public:
     Switch() : BufferedFilter("Switch") {}
 
     using BufferedFilter::process;
+    using Filter::init;
     using BufferedFilter::propertyChanged;
     /// Reads NumberOfInputs and Position where present, then validates.
     void propertiesChanged(const Properties& properties) override;

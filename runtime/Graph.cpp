@@ -4,6 +4,9 @@
 #include "runtime/Driver.h"
 #include "runtime/Exceptions.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace nodara {
 
 void Graph::setNumberOfInputs(int32 count) {
@@ -85,20 +88,61 @@ void Graph::init(const Properties& properties) {
     }
 }
 
+namespace {
+
+/// The pieces of a switch name split at "_", empty pieces dropped, without allocating: it
+/// runs on the audio thread. Only the first piece, the second and the count matter.
+struct SwitchName {
+    std::string_view first;
+    std::string_view second;
+    size_t pieces = 0;
+};
+
+SwitchName splitSwitchName(std::string_view text) {
+    SwitchName result;
+    size_t start = 0;
+    while (start < text.size()) {
+        const size_t end = std::min(text.find('_', start), text.size());
+        if (end > start) {
+            const std::string_view piece = text.substr(start, end - start);
+            if (result.pieces == 0) {
+                result.first = piece;
+            } else if (result.pieces == 1) {
+                result.second = piece;
+            }
+            ++result.pieces;
+        }
+        start = end + 1;
+    }
+    return result;
+}
+
+/// atoi over a view: an optional sign, then digits; anything else ends the number.
+int32 leadingInteger(std::string_view text) {
+    const bool negative = !text.empty() && text[0] == '-';
+    size_t position = (!text.empty() && (text[0] == '-' || text[0] == '+')) ? 1 : 0;
+    int32 value = 0;
+    for (; position < text.size() && text[position] >= '0' && text[position] <= '9'; ++position) {
+        value = value * 10 + (text[position] - '0');
+    }
+    return negative ? -value : value;
+}
+
+} // namespace
+
 void Graph::setProperty(const std::string& propertyName, scalar value) {
-    std::vector<std::string> parts;
-    splitProperty(propertyName, "_", parts);
-    if (parts.empty()) {
+    const SwitchName parts = splitSwitchName(propertyName);
+    if (parts.pieces == 0) {
         throw InvalidArgumentException("Graph: Unknown property " + propertyName);
     }
-    const int32 bit = parts.size() == 2 ? intParser(parts[1]) : 0;
+    const int32 bit = parts.pieces == 2 ? leadingInteger(parts.second) : 0;
     const size_t index = static_cast<size_t>(bit < 0 ? 0 : bit);
     const bool state = value > 0.5f;
-    if (parts[0] == "Off") {
+    if (parts.first == "Off") {
         setOff(state, index);
-    } else if (parts[0] == "Bypass") {
+    } else if (parts.first == "Bypass") {
         setBypass(state, index);
-    } else if (parts[0] == "Suspend") {
+    } else if (parts.first == "Suspend") {
         setSuspended(state);
     } else {
         throw InvalidArgumentException("Graph: Unknown property " + propertyName);

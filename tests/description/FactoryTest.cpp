@@ -1,0 +1,90 @@
+#include "description/DSPElementFactory.h"
+#include "description/ElementMetas.h"
+#include "dsp/Gain.h"
+#include "support/Documents.h"
+
+#include <gtest/gtest.h>
+
+namespace nodara::testing {
+namespace {
+
+/// A product factory that claims "Gain" and one type of its own.
+class ProductFactory : public PluginDSPElementFactory {
+public:
+    Filter* create(const std::string& type) override {
+        ++created;
+        if (type == "Special") {
+            return new Gain();
+        }
+        throw NodaraException("Unknown element type: " + type);
+    }
+    bool hasType(const std::string& type) override { return type == "Special" || type == "Gain"; }
+    int created = 0;
+};
+
+TEST(Factory, BuiltInTypesWinOverPluginTypes) {
+    DSPElementFactory factory;
+    auto product = std::make_shared<ProductFactory>();
+    factory.addPluginFactory(product);
+    std::unique_ptr<Filter> gain(factory.create("Gain"));
+    EXPECT_EQ(product->created, 0);
+    std::unique_ptr<Filter> special(factory.create("Special"));
+    EXPECT_EQ(product->created, 1);
+    EXPECT_EQ(messageOf([&] { factory.create("Other"); }), "Unknown element type: Other");
+}
+
+TEST(Factory, DriverHandsPluginFactoriesToTheParser) {
+    auto driver = std::make_shared<Driver>();
+    auto factories = std::make_shared<std::vector<std::shared_ptr<PluginDSPElementFactory>>>();
+    factories->push_back(std::make_shared<ProductFactory>());
+    driver->setPluginElementFactories(factories);
+    std::istringstream document(oneGraphSystem(element("Special", "S", "Gain=\"2\"", "Graph"), "S"));
+    driver->init(document);
+    EXPECT_EQ(driver->getGraphs()->size(), 1u);
+}
+
+struct PortCase {
+    std::shared_ptr<ElementMeta> meta;
+    std::string port;
+    std::string message;
+};
+
+TEST(Metas, RefusedPortNamesGiveTheirMessages) {
+    auto selector = std::make_shared<SwitchMeta>();
+    selector->setNumberOfInputs(2);
+    const std::vector<PortCase> inputs = {
+        {BasicFilterMeta::instance(), "input", "Invalid input port name: input. Expected \"in\"."},
+        {MixerMeta::instance(), "in_0", "Invalid input port name: in_0. Expected \"in\"."},
+        {DifferentialFilterMeta::instance(), "in",
+         "Invalid input port name: in. Expected \"plus\" or \"minus\"."},
+        {selector, "0",
+         "Invalid input port name: 0. INput port name must start with \"in_\" followed by a number."},
+        {selector, "in_2", "SwitchMeta: Invalid input port in_2, NumberOfInputs=2"},
+        {selector, "in_-1", "SwitchMeta: Invalid input port in_-1, NumberOfInputs=2"},
+    };
+    for (const auto& input : inputs) {
+        EXPECT_EQ(messageOf([&] { input.meta->getInputIndex(input.port); }), input.message);
+    }
+    for (const auto& meta : {BasicFilterMeta::instance(), MixerMeta::instance(),
+                             DifferentialFilterMeta::instance(),
+                             std::shared_ptr<ElementMeta>(selector)}) {
+        EXPECT_EQ(messageOf([&] { meta->getOutputIndex("in"); }),
+                  "Invalid output port name: in. Expected \"out\".");
+        EXPECT_EQ(meta->getOutputIndex("out"), 0);
+        EXPECT_EQ(meta->getNumberOfOutputs(), 1);
+    }
+}
+
+TEST(Metas, PortsResolveToTheirIndices) {
+    auto selector = std::make_shared<SwitchMeta>();
+    selector->setNumberOfInputs(3);
+    EXPECT_EQ(selector->getInputIndex("in_"), 0) << "nothing behind the prefix converts to 0";
+    EXPECT_EQ(selector->getInputIndex("in_2"), 2);
+    EXPECT_EQ(DifferentialFilterMeta::instance()->getInputIndex("plus"), 0);
+    EXPECT_EQ(DifferentialFilterMeta::instance()->getInputIndex("minus"), 1);
+    EXPECT_EQ(DifferentialFilterMeta::instance()->getNumberOfInputs(), 2);
+    EXPECT_EQ(MixerMeta::instance()->getNumberOfInputs(), 1);
+}
+
+} // namespace
+} // namespace nodara::testing

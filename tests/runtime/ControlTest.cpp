@@ -1,0 +1,93 @@
+#include "support/Documents.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace nodara::testing {
+namespace {
+
+Control::Targets targets(std::initializer_list<const char*> names) {
+    auto list = std::make_shared<std::vector<std::shared_ptr<Property>>>();
+    int32 index = 0;
+    for (const char* name : names) {
+        auto property = std::make_shared<Property>();
+        property->name = name;
+        property->graphName = "G";
+        property->index = index++;
+        list->push_back(property);
+    }
+    return list;
+}
+
+TEST(Control, ValueWithoutTargetsChangesOnlyTheValue) {
+    Control control("c", "C", 0.5f);
+    control.setValue(0.75f);
+    EXPECT_FLOAT_EQ(control.getValue(), 0.75f);
+    auto property = std::make_shared<Property>();
+    EXPECT_EQ(messageOf([&] { control.setMap(property, [](scalar v) { return v; }); }),
+              "Control: Properties are not set.");
+}
+
+TEST(Control, EachTargetHoldsItsOwnMappedValue) {
+    Control control("c", "C", 0.5f);
+    auto list = targets({"Wiper", "Gain"});
+    control.setProperties(list);
+    EXPECT_TRUE(control.isDirty());
+    EXPECT_FLOAT_EQ((*list)[0]->value, 0.5f) << "targets start at the control's value";
+    control.setMap((*list)[1], [](scalar v) { return 1.0f - v; });
+    control.setValue(0.25f);
+    control.setValue(0.125f);
+    EXPECT_FLOAT_EQ((*list)[0]->value, 0.125f) << "only the later value stays";
+    EXPECT_FLOAT_EQ((*list)[1]->value, 0.875f);
+    EXPECT_FLOAT_EQ(control.getValue(), 0.125f) << "the control keeps the unmapped value";
+    EXPECT_EQ(messageOf([&] { control.setProperties(list); }), "Control: Properties are already set.");
+}
+
+TEST(Control, VectorTargetsGetFreshVectorsAndUnknownTypesAreRefused) {
+    Control control("c", "C", 0.0f);
+    auto list = targets({"Vout", "Bad"});
+    (*list)[0]->type = Property::VectorType;
+    control.setProperties(list);
+    (*list)[1]->type = 2;
+    EXPECT_EQ(messageOf([&] { control.setValue(1.0f); }), "Control: Unknown property type: 2");
+    EXPECT_TRUE(control.tryLock()) << "a refused value releases the lock";
+    control.unlock();
+    EXPECT_NE((*list)[0]->vectorValue, nullptr);
+}
+
+TEST(Control, TheAudioThreadOnlyTriesTheLock) {
+    Control control("c", "C", 0.0f);
+    ASSERT_TRUE(control.tryLock());
+    EXPECT_FALSE(control.tryLock());
+    control.unlock();
+    EXPECT_TRUE(control.tryLock());
+    control.unlock();
+}
+
+TEST(Control, ValuesWrittenWhileBlocksRunAreNotLost) {
+    const std::string controls =
+        "<Controls><Control Name=\"Level\" DisplayName=\"Level\" Value=\"0\"><Properties>"
+        "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/></Properties></Control></Controls>";
+    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain=\"1\"", "Graph"), "A", "",
+                                           controls), 16);
+    auto control = (*driver->getControls())[0];
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 1; i <= 2000; ++i) {
+            control->setValue(static_cast<scalar>(i));
+        }
+        done = true;
+    });
+    std::vector<scalar> input(16, 1.0f);
+    while (!done) {
+        driver->process({input.data()}, 16);
+    }
+    writer.join();
+    driver->process({input.data()}, 16);
+    EXPECT_FLOAT_EQ((*driver->getOutputs())[0][0], 2000.0f);
+}
+
+} // namespace
+} // namespace nodara::testing

@@ -1,0 +1,107 @@
+#include "support/Documents.h"
+
+#include <gtest/gtest.h>
+
+namespace nodara::testing {
+namespace {
+
+const std::string chain = element("Gain", "A", "Gain=\"2\"", "Graph") +
+                          element("Gain", "B", "Gain=\"3\"", "A");
+// The same chain with B first in the document: a one-sample delay sits on A -> B when the
+// graph runs sample by sample.
+const std::string reversedChain = element("Gain", "B", "Gain=\"3\"", "A") +
+                                  element("Gain", "A", "Gain=\"2\"", "Graph");
+
+std::string method(const std::string& name) {
+    if (name == "Iterative") {
+        return "<Properties ProcessingMethod=\"Iterative\" RelativeTollerance=\"1e-6\" "
+               "AbsoluteTollerance=\"1e-6\" MaxIterations=\"10\"/>";
+    }
+    return "<Properties ProcessingMethod=\"" + name + "\"/>";
+}
+
+std::vector<scalar> scaled(const std::vector<scalar>& signal, scalar factor, size_t delay = 0) {
+    std::vector<scalar> out(signal.size(), 0.0f);
+    for (size_t i = delay; i < signal.size(); ++i) {
+        out[i] = signal[i - delay] * factor;
+    }
+    return out;
+}
+
+TEST(DSPGraph, EveryMethodRunsAnAcyclicChain) {
+    const auto input = testSignal(100);
+    for (const char* name : {"Block", "Sequential", "Iterative"}) {
+        auto driver = driverFor(oneGraphSystem(chain, "B", method(name)), 32);
+        EXPECT_EQ(runBlocks(*driver, {input}, 32)[0], scaled(input, 6.0f)) << name;
+    }
+}
+
+TEST(DSPGraph, SequentialDocumentOrderDecidesWhereTheDelaySits) {
+    const auto input = testSignal(50);
+    auto sequential = driverFor(oneGraphSystem(reversedChain, "B", method("Sequential")), 16);
+    EXPECT_EQ(runBlocks(*sequential, {input}, 16)[0], scaled(input, 6.0f, 1));
+    auto block = driverFor(oneGraphSystem(reversedChain, "B", method("Block")), 16);
+    EXPECT_EQ(runBlocks(*block, {input}, 16)[0], scaled(input, 6.0f)) << "Block sorts the net";
+}
+
+TEST(DSPGraph, CyclesAreRefusedByBlockAndRunSampleBySample) {
+    const std::string loop = element("Gain", "A", "Gain=\"0.5\"", "B") +
+                             element("Gain", "B", "Gain=\"1\"", "A");
+    EXPECT_EQ(initError(oneGraphSystem(loop, "B", method("Block"))), "Filters do not form a DAG.");
+    auto driver = driverFor(oneGraphSystem(loop, "B", method("Sequential")), 8);
+    EXPECT_EQ(runBlocks(*driver, {testSignal(8)}, 8)[0], std::vector<scalar>(8, 0.0f));
+}
+
+TEST(DSPGraph, UnwiredInputsReadAsSilence) {
+    const std::string unwired = element("Gain", "A", "Gain=\"2\"", "");
+    for (const char* name : {"Block", "Iterative"}) {
+        auto driver = driverFor(oneGraphSystem(unwired, "A", method(name)), 8);
+        EXPECT_EQ(runBlocks(*driver, {testSignal(8)}, 8)[0], std::vector<scalar>(8, 0.0f)) << name;
+    }
+}
+
+TEST(DSPGraph, OffGivesSilenceAndBypassCopiesTheInput) {
+    const auto input = testSignal(40);
+    for (const char* name : {"Block", "Sequential", "Iterative"}) {
+        auto off = driverFor(oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off=\"true\" ")), 16);
+        EXPECT_EQ(runBlocks(*off, {input}, 16)[0], std::vector<scalar>(40, 0.0f)) << name;
+        auto bypassed = driverFor(
+            oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off=\"true\" Bypass=\"true\" ")), 16);
+        EXPECT_EQ(runBlocks(*bypassed, {input}, 16)[0], input) << name << ": bypass wins over off";
+    }
+}
+
+TEST(DSPGraph, BypassNeedsAsManyInputsAsOutputs) {
+    const std::string document =
+        "<System><Graphs><Graph Name=\"G\" Type=\"DSP\"><Properties Bypass=\"true\"/>" + chain +
+        "<Inputs><Input Graph=\"System\" Node=\"0\"/></Inputs><Output>"
+        "<Node Name=\"a\" Element=\"A\" Index=\"0\"/><Node Name=\"b\" Element=\"B\" Index=\"0\"/>"
+        "</Output><NumberOfInputs>1</NumberOfInputs></Graph></Graphs>"
+        "<Outputs><Output Graph=\"G\" Node=\"b\"/></Outputs></System>";
+    auto driver = driverFor(document, 8);
+    for (int block = 0; block < 2; ++block) {
+        EXPECT_EQ(messageOf([&] { runBlocks(*driver, {testSignal(8)}, 8); }),
+                  "DSPGraph: Cannot bypass a graph that does not have the same number of inputs "
+                  "and outputs. Graph name: G");
+    }
+}
+
+TEST(DSPGraph, BlocksUpToTheMaximumPass) {
+    auto driver = driverFor(oneGraphSystem(chain, "B"), 16);
+    auto& graph = *driver->getGraph("G");
+    std::vector<scalar> input(17, 1.0f);
+    std::vector<scalar*> inputs = {input.data()};
+    EXPECT_NO_THROW(graph.process(inputs, 16));
+    EXPECT_EQ(messageOf([&] { graph.process(inputs, 17); }),
+              "maxBlockSize is less than input size. DSPGraph name: G maxBlockSize: 16 input size:17");
+}
+
+TEST(DSPGraph, WiresFromMissingGraphInputsAreRefused) {
+    const std::string reader = "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
+                               "<Input Port=\"in\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>";
+    EXPECT_EQ(initError(oneGraphSystem(reader, "A")),
+              "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s).");
+}
+
+} // namespace
+} // namespace nodara::testing

@@ -1,0 +1,181 @@
+#include "support/Documents.h"
+#include "support/Recorder.h"
+
+#include <gtest/gtest.h>
+
+namespace nodara::testing {
+namespace {
+
+std::string recorderGraph(const std::string& name, const std::string& source,
+                          const std::string& attributes = "") {
+    const std::string input = source == "System" ? "<Input Graph=\"System\" Node=\"0\"/>"
+                                                 : "<Input Graph=\"" + source + "\" Node=\"out\"/>";
+    return "<Graph Name=\"" + name + "\" Type=\"DSP\" " + attributes + ">" +
+           element("Recorder", "R", "", "Graph") + "<Inputs>" + input + "</Inputs>" +
+           "<Output><Node Name=\"out\" Element=\"R\" Index=\"0\"/></Output>"
+           "<NumberOfInputs>1</NumberOfInputs></Graph>";
+}
+
+/// Up (x2) feeds Down (x0.5) which is the system output; a control switches both graphs.
+std::string rateChain(const std::string& controlTargets) {
+    return "<System><Graphs>" + recorderGraph("Up", "System", "Multiplier=\"2.0\"") +
+           recorderGraph("Down", "Up", "Multiplier=\"0.5\"") +
+           "</Graphs><Outputs><Output Graph=\"Down\" Node=\"out\"/></Outputs><Controls>"
+           "<Control Name=\"Switch\" DisplayName=\"Switch\" Value=\"0\"><Properties>" +
+           controlTargets + "</Properties></Control></Controls></System>";
+}
+
+struct RecordedSystem {
+    std::shared_ptr<Driver> driver;
+    std::shared_ptr<RecorderFactory> factory;
+};
+
+RecordedSystem recordedSystem(const std::string& document, int32 block = 64) {
+    RecordedSystem system{std::make_shared<Driver>(), std::make_shared<RecorderFactory>()};
+    auto factories = std::make_shared<std::vector<std::shared_ptr<PluginDSPElementFactory>>>();
+    factories->push_back(system.factory);
+    system.driver->setPluginElementFactories(factories);
+    std::istringstream stream(document);
+    system.driver->init(stream);
+    system.driver->setSampleRate(48000.0f);
+    system.driver->setMaxBlockSize(block);
+    return system;
+}
+
+TEST(Driver, GraphsRunAtTheRateOfTheirMultipliers) {
+    auto system = recordedSystem(rateChain(""));
+    EXPECT_EQ(system.driver->getMultipliers(), (std::vector<double>{1.0, 2.0}));
+    runBlocks(*system.driver, {testSignal(63)}, 63);
+    EXPECT_EQ(system.factory->made[0]->blocks, std::vector<size_t>{63});
+    EXPECT_EQ(system.factory->made[1]->blocks, std::vector<size_t>{126});
+    EXPECT_EQ(system.factory->made[1]->rates.back(), 96000.0f);
+}
+
+TEST(Driver, BlockSizesRoundToTheNearestFrame) {
+    const std::string document = "<System><Graphs>" +
+                                 recorderGraph("Half", "System", "Multiplier=\"0.5\"") +
+                                 recorderGraph("Back", "Half", "Multiplier=\"2.0\"") +
+                                 "</Graphs><Outputs><Output Graph=\"Back\" Node=\"out\"/></Outputs>"
+                                 "</System>";
+    auto system = recordedSystem(document);
+    EXPECT_EQ(system.driver->blockSizeFor(1, 63), 32) << "floor(31.5 + 0.5)";
+    runBlocks(*system.driver, {testSignal(63)}, 63);
+    EXPECT_EQ(system.factory->made[1]->blocks, std::vector<size_t>{32});
+}
+
+TEST(Driver, SwitchingRateChangingGraphsMovesTheRatesAtTheNextBlock) {
+    auto system = recordedSystem(rateChain("<Property Name=\"Bypass\" Graph=\"Up\"/>"
+                                           "<Property Name=\"Bypass\" Graph=\"Down\"/>"));
+    auto& down = *system.factory->made[1];
+    runBlocks(*system.driver, {testSignal(10)}, 10);
+    (*system.driver->getControls())[0]->setValue(1.0f);
+    const auto input = testSignal(10);
+    const auto output = runBlocks(*system.driver, {input}, 10)[0];
+    EXPECT_EQ(system.driver->getMultipliers()[1], 1.0);
+    EXPECT_EQ(down.rates.back(), 48000.0f);
+    EXPECT_EQ(down.blocks.size(), 1u) << "a bypassed graph runs no filter";
+    EXPECT_EQ(output, input);
+}
+
+TEST(Driver, SuspendingARateChangingGraphFailsOnTheAudioThread) {
+    auto system = recordedSystem(rateChain("<Property Name=\"Suspend\" Graph=\"Down\"/>"));
+    EXPECT_EQ(messageOf([&] { runBlocks(*system.driver, {testSignal(4)}, 4); }),
+              "Graph: Cannot suspend a graph with the multiplier not equal to 1. multiplier=0.5");
+    system.driver->setSuspended(true);
+    EXPECT_TRUE(system.driver->isSuspended()) << "a failed block does not wedge suspend";
+    EXPECT_FALSE(system.driver->isProcessing());
+}
+
+TEST(Driver, RefusesBlocksItCannotRun) {
+    auto unset = std::make_shared<Driver>();
+    EXPECT_EQ(messageOf([&] { unset->process({}, 1); }), "Cannot process. Driver is not initialized.");
+    std::istringstream document(oneGraphSystem(element("Gain", "A", "Gain=\"1\"", "Graph"), "A"));
+    unset->init(document);
+    std::vector<scalar> input(4, 0.0f);
+    EXPECT_EQ(messageOf([&] { unset->process({input.data()}, 4); }),
+              "Driver: Cannot process. maxBlockSize is not set.");
+    EXPECT_EQ(messageOf([&] { unset->setMaxBlockSize(0); }),
+              "Driver: maxBlockSize must be greater than zero. maxBlockSize=0");
+    unset->setMaxBlockSize(4);
+    unset->setSuspended(true);
+    EXPECT_EQ(messageOf([&] { unset->process({input.data()}, 4); }),
+              "Driver: Cannot process. Driver is in the suspend state.");
+    unset->setSuspended(false);
+    EXPECT_NO_THROW(unset->process({input.data()}, 4));
+    EXPECT_EQ(messageOf([&] { unset->process({}, 4); }),
+              "Driver: the system reads input 0 but 0 input(s) were given.");
+    EXPECT_EQ(messageOf([&] { unset->getGraph("H"); }), "H is not a valid graph name.");
+}
+
+TEST(Driver, SystemOutputsCanPassTheHostInputThrough) {
+    const std::string document =
+        "<System><Graphs><Graph Name=\"G\" Type=\"DSP\">" + element("Gain", "A", "Gain=\"2\"", "Graph") +
+        "<Inputs><Input Graph=\"System\" Node=\"1\"/></Inputs><NumberOfInputs>1</NumberOfInputs>"
+        "</Graph></Graphs><Outputs><Output Graph=\"System\" Node=\"1\"/></Outputs></System>";
+    auto driver = driverFor(document, 8);
+    EXPECT_EQ(driver->getNumberOfSystemInputs(), 2);
+    std::vector<scalar> left(8), right(8);
+    driver->process({left.data(), right.data()}, 8);
+    EXPECT_EQ((*driver->getOutputs())[0], right.data());
+}
+
+TEST(Driver, TwoWiresFromOneSourceGraphAreOneDependency) {
+    const std::string document =
+        "<System><Graphs>"
+        "<Graph Name=\"Sum\" Type=\"DSP\"><Element Type=\"Switch\" Name=\"S\">"
+        "<Properties NumberOfInputs=\"2\" Position=\"1\"/><Inputs>"
+        "<Input Port=\"in_0\" Element=\"Graph\" Output=\"0\"/>"
+        "<Input Port=\"in_1\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>"
+        "<Inputs><Input Graph=\"Pre\" Node=\"a\"/><Input Graph=\"Pre\" Node=\"b\"/></Inputs>"
+        "<Output><Node Name=\"out\" Element=\"S\" Port=\"out\"/></Output>"
+        "<NumberOfInputs>2</NumberOfInputs></Graph>"
+        "<Graph Name=\"Pre\" Type=\"DSP\">" +
+        element("Gain", "A", "Gain=\"2\"", "Graph") + element("Gain", "B", "Gain=\"3\"", "Graph") +
+        "<Inputs><Input Graph=\"System\" Node=\"0\"/></Inputs><Output>"
+        "<Node Name=\"a\" Element=\"A\" Index=\"0\"/><Node Name=\"b\" Element=\"B\" Index=\"0\"/>"
+        "</Output><NumberOfInputs>1</NumberOfInputs></Graph>"
+        "</Graphs><Outputs><Output Graph=\"Sum\" Node=\"out\"/></Outputs></System>";
+    auto driver = driverFor(document, 4);
+    EXPECT_EQ(driver->getOrder(), (std::vector<int32>{1, 0}));
+    EXPECT_EQ(runBlocks(*driver, {{1.0f, 2.0f}}, 2)[0], (std::vector<scalar>{3.0f, 6.0f}));
+}
+
+TEST(Driver, ControlValuesApplyAtTheHeadOfTheNextBlock) {
+    const std::string controls =
+        "<Controls><Control Name=\"Level\" DisplayName=\"Level\" Value=\"1\"><Properties>"
+        "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/></Properties></Control></Controls>";
+    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain=\"5\"", "Graph"), "A", "",
+                                           controls), 4);
+    EXPECT_EQ(runBlocks(*driver, {{1.0f, 1.0f}}, 2)[0], (std::vector<scalar>{1.0f, 1.0f}))
+        << "the control's initial value replaces the document's";
+    (*driver->getControls())[0]->setValue(0.25f);
+    EXPECT_EQ(runBlocks(*driver, {{1.0f, 1.0f, 1.0f, 1.0f}}, 4)[0],
+              (std::vector<scalar>{0.25f, 0.25f, 0.25f, 0.25f}));
+}
+
+TEST(Driver, OutputDoesNotDependOnTheBlockSize) {
+    const std::string document = R"(<System><Graphs>
+      <Graph Name="Pre" Type="DSP">
+        <Element Type="Gain" Name="A"><Properties Gain="0.5"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="System" Node="0"/></Inputs>
+        <Output><Node Name="out" Element="A" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph>
+      <Graph Name="Post" Type="DSP">
+        <Element Type="LookupTableFilter" Name="T">
+          <Properties VinMin="-1" VinMax="1" DeltaV="0.5" Vout="-1|-0.9|0|0.9|1"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="Pre" Node="out"/></Inputs>
+        <Output><Node Name="out" Element="T" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph></Graphs><Outputs><Output Graph="Post" Node="out"/></Outputs></System>)";
+    const auto input = testSignal(300);
+    auto reference = driverFor(document, 300);
+    const auto expected = runBlocks(*reference, {input}, 300)[0];
+    for (size_t block : {1u, 7u, 64u, 256u}) {
+        auto driver = driverFor(document, static_cast<int32>(block));
+        EXPECT_EQ(runBlocks(*driver, {input}, block)[0], expected) << "block " << block;
+    }
+}
+
+} // namespace
+} // namespace nodara::testing

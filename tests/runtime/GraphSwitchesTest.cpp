@@ -1,0 +1,87 @@
+#include "runtime/DSPGraph.h"
+#include "support/Documents.h"
+
+#include <gtest/gtest.h>
+
+namespace nodara::testing {
+namespace {
+
+TEST(GraphSwitches, SuffixedBitsGrowTheSetAndHoldIndependently) {
+    DSPGraph graph;
+    graph.setProperty("Bypass_3", 1.0f);
+    EXPECT_TRUE(graph.isBypassed());
+    graph.setProperty("Bypass", 0.0f);
+    EXPECT_TRUE(graph.isBypassed()) << "clearing bit 0 leaves bit 3";
+    graph.setProperty("Bypass_3", 0.0f);
+    EXPECT_FALSE(graph.isBypassed());
+}
+
+TEST(GraphSwitches, ExactlyHalfMeansOff) {
+    DSPGraph graph;
+    graph.setProperty("Off", 0.5f);
+    EXPECT_FALSE(graph.isOff());
+    graph.setProperty("Off", 0.51f);
+    EXPECT_TRUE(graph.isOff());
+}
+
+TEST(GraphSwitches, ThreePartNamesUseBitZero) {
+    DSPGraph graph;
+    graph.setProperty("Bypass_1_2", 1.0f);
+    EXPECT_TRUE(graph.isBypassed());
+    graph.setProperty("Bypass", 0.0f);
+    EXPECT_FALSE(graph.isBypassed());
+}
+
+TEST(GraphSwitches, UnknownNamesAreRefused) {
+    DSPGraph graph;
+    for (const char* name : {"Mute", "", "_", "off"}) {
+        EXPECT_EQ(messageOf([&] { graph.setProperty(name, 1.0f); }),
+                  std::string("Graph: Unknown property ") + name);
+    }
+}
+
+TEST(GraphSwitches, SuspendIsRefusedOnRateChangingGraphs) {
+    DSPGraph graph;
+    graph.setProperty("Suspend", 1.0f);
+    EXPECT_TRUE(graph.isSuspended());
+    graph.setMultiplier(0.5);
+    EXPECT_EQ(messageOf([&] { graph.setProperty("Suspend", 0.0f); }),
+              "Graph: Cannot suspend a graph with the multiplier not equal to 1. multiplier=0.5");
+}
+
+TEST(GraphSwitches, SwitchedGraphsPassTheirInputRateOn) {
+    DSPGraph graph;
+    graph.setMultiplier(2.0);
+    graph.setInputMultiplier(0.5);
+    EXPECT_DOUBLE_EQ(graph.getOutputMultiplier(), 1.0);
+    graph.setBypass(true, 0);
+    EXPECT_DOUBLE_EQ(graph.getOutputMultiplier(), 0.5);
+    graph.setBypass(false, 0);
+    graph.setOff(true, 2);
+    EXPECT_DOUBLE_EQ(graph.getOutputMultiplier(), 0.5);
+}
+
+TEST(GraphSwitches, BaseOperationsGiveTheirMessages) {
+    DSPGraph graph;
+    EXPECT_EQ(messageOf([&] { graph.setNumberOfInputs(-1); }),
+              "Number of inputs must be greater than zero. Number of inputs =-1");
+    EXPECT_NO_THROW(graph.setNumberOfInputs(0));
+    EXPECT_EQ(messageOf([&] { graph.getOutput(0); }),
+              "Graph: invalid output index: 0 Number of outputs: 0");
+    EXPECT_EQ(messageOf([&] { graph.getResult("x"); }),
+              "Graph::getResult(std::string outputName) is not yet implemented.");
+    EXPECT_EQ(messageOf([&] { graph.init(); }), "Context not set for DSPGraph ");
+    EXPECT_EQ(messageOf([&] { graph.setMaxBlockSize(0); }), "DSPGraph: Invalid maxBlockSize0");
+}
+
+TEST(GraphSwitches, DocumentSwitchesReadOnlyTheExactTextTrue) {
+    DSPGraph graph;
+    graph.init(Properties{{"Off", "TRUE"}, {"Bypass", "1"}});
+    EXPECT_FALSE(graph.isOff());
+    EXPECT_FALSE(graph.isBypassed());
+    graph.init(Properties{{"Off", "true"}});
+    EXPECT_TRUE(graph.isOff());
+}
+
+} // namespace
+} // namespace nodara::testing

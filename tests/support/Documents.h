@@ -1,0 +1,104 @@
+#pragma once
+
+#include "runtime/Driver.h"
+#include "runtime/Exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+namespace nodara::testing {
+
+/// A driver built from document text, with a sample rate and a block size set.
+inline std::shared_ptr<Driver> driverFor(const std::string& document, int32 maxBlockSize = 64,
+                                         scalar sampleRate = 48000.0f) {
+    auto driver = std::make_shared<Driver>();
+    std::istringstream stream(document);
+    driver->init(stream);
+    driver->setSampleRate(sampleRate);
+    driver->setMaxBlockSize(maxBlockSize);
+    return driver;
+}
+
+/// The message of the NodaraException that `action` throws, or a marker if none.
+template <class Action>
+std::string messageOf(Action&& action) {
+    try {
+        action();
+    } catch (const NodaraException& error) {
+        return error.getMessage();
+    }
+    return "<no exception>";
+}
+
+/// The message of the exception that initialising a driver with `document` throws.
+inline std::string initError(const std::string& document) {
+    return messageOf([&] {
+        auto driver = std::make_shared<Driver>();
+        std::istringstream stream(document);
+        driver->init(stream);
+    });
+}
+
+/// Runs `input` through the driver in blocks of `block` frames; returns each system output.
+inline std::vector<std::vector<scalar>> runBlocks(Driver& driver,
+                                                  const std::vector<std::vector<scalar>>& inputs,
+                                                  size_t block) {
+    const size_t frames = inputs.at(0).size();
+    std::vector<std::vector<scalar>> outputs(driver.getNumberOfOutputs());
+    for (size_t start = 0; start < frames; start += block) {
+        const size_t count = std::min(block, frames - start);
+        std::vector<scalar*> pointers;
+        for (const auto& channel : inputs) {
+            pointers.push_back(const_cast<scalar*>(channel.data()) + start);
+        }
+        driver.process(pointers, static_cast<int32>(count));
+        for (size_t o = 0; o < outputs.size(); ++o) {
+            const scalar* produced = (*driver.getOutputs())[o];
+            outputs[o].insert(outputs[o].end(), produced, produced + count);
+        }
+    }
+    return outputs;
+}
+
+/// A ramp with a little structure, so that delays and gains are visible.
+inline std::vector<scalar> testSignal(size_t frames) {
+    std::vector<scalar> signal(frames);
+    for (size_t i = 0; i < frames; ++i) {
+        signal[i] = static_cast<scalar>((static_cast<int>(i * 37) % 101) - 50) / 64.0f;
+    }
+    return signal;
+}
+
+/// A one-graph system: `elements` inside a DSP graph fed by system input 0, whose output node
+/// "out" is the system output.
+inline std::string oneGraphSystem(const std::string& elements, const std::string& outputElement,
+                                  const std::string& graphProperties = "",
+                                  const std::string& controls = "") {
+    return "<System><Graphs><Graph Name=\"G\" Type=\"DSP\">" + graphProperties + elements +
+           "<Inputs><Input Graph=\"System\" Node=\"0\"/></Inputs>"
+           "<Output><Node Name=\"out\" Element=\"" +
+           outputElement +
+           "\" Index=\"0\"/></Output><NumberOfInputs>1</NumberOfInputs></Graph></Graphs>"
+           "<Outputs><Output Graph=\"G\" Node=\"out\"/></Outputs>" +
+           controls + "</System>";
+}
+
+/// An element of a DSP graph with one wire into port "in".
+inline std::string element(const std::string& type, const std::string& name,
+                           const std::string& properties, const std::string& source,
+                           const std::string& sourceOutput = "out") {
+    std::string text = "<Element Type=\"" + type + "\" Name=\"" + name + "\"><Properties " +
+                       properties + "/>";
+    if (!source.empty()) {
+        text += "<Inputs><Input Port=\"in\" Element=\"" + source + "\" Output=\"" +
+                (source == "Graph" ? std::string("0") : sourceOutput) + "\"/></Inputs>";
+    }
+    return text + "</Element>";
+}
+
+} // namespace nodara::testing
