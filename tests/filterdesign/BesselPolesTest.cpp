@@ -51,10 +51,5 @@ TEST(BesselPoles, EveryOrderIsStablePairedHalfPowerAtOneAndOfUnitDelayShape) {
     }
 }
 
-TEST(BesselPoles, OrdersOutsideTheTableThrow) {
-    EXPECT_THROW(besselPoles(0), std::out_of_range);
-    EXPECT_THROW(besselPoles(11), std::out_of_range);
-}
-
 } // namespace
 } // namespace nodara::filterdesign

@@ -52,10 +52,6 @@ TEST(DesignCommand, DesignErrorsPrintTheMessageAndUsageErrorsExitTwo) {
         const char* output;
     } cases[] = {
         {"design --family butterworth --order 11 --fc 0.25", 1, "filter order out of range\n"},
-        {"design --family bessel --order 2 --fc 0.5", 1,
-         "IirDesignContext: fc1 must be (0, 0.5).\n"},
-        {"design --family elliptic --order 2 --fc 0.1", 2,
-         "torvane design: --family must be one of bessel, butterworth, chebyshev, not \"elliptic\"\n"},
         {"design --family bessel --fc 0.1", 2,
          "torvane design: --family, --order and --fc are needed\n"},
     };
