@@ -14,6 +14,7 @@ int checkCommand(Arguments& arguments);
 int runCommand(Arguments& arguments);
 int generateCommand(Arguments& arguments);
 int infoCommand(Arguments& arguments);
+int designCommand(Arguments& arguments);
 
 /// The text of a file, or a FileError naming it.
 std::string readTextFile(const std::string& path);

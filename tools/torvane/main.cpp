@@ -24,6 +24,7 @@ Commands:
   run DOC.xml ...        run a document over an audio file
   generate --out F.wav   write a test signal (sweep, sine or noise)
   info FILE.wav          print a file's format, peak and RMS level
+  design --family F ...  print the coefficients of a recursive filter design
 
 Run 'torvane <command> --help' for the options of a command.
 )";
@@ -73,6 +74,32 @@ Defaults: 2 seconds at 48000 Hz.
 
 Prints the channels, sample rate and length of an audio file, and the peak and
 RMS level of each channel.
+)"}},
+        {"design",
+         {torvane::cli::designCommand,
+          R"(Usage: torvane design --family bessel|butterworth|chebyshev --order N --fc F
+                      [--fc2 F2] [--band lowpass|highpass|bandpass|bandstop]
+                      [--ripple DB] [--no-prewarp] [--matched-z]
+
+Designs a recursive filter and prints its coefficients on one line that can be
+pasted into a document's Properties element:
+  A="a1|a2|..." B="b0|b1|..."
+A holds the feedback coefficients, which are subtracted, B the feed-forward
+ones. The gain is 1 at DC (lowpass, bandstop), at half the sample rate
+(highpass) or at the mean of the two corners (bandpass).
+
+  --family NAME  bessel, butterworth or chebyshev
+  --order N      1 to 10; bandpass and bandstop have twice as many poles
+  --fc F         corner as a fraction of the sample rate, 0 < F < 0.5
+  --fc2 F2       upper corner of bandpass and bandstop, above --fc
+  --band NAME    lowpass (default), highpass, bandpass or bandstop
+  --ripple DB    chebyshev pass-band ripple in dB, below 0 (e.g. -0.5)
+  --no-prewarp   put the analog corner through the bilinear transform as it
+                 is, without the tan() pre-warping that keeps it at F
+  --matched-z    map poles and zeros by z = exp(s) instead of the bilinear
+                 transform; the corner is not pre-warped
+
+A design error is printed on stderr with exit 1; a usage error exits 2.
 )"}},
     };
     return table;

@@ -1,0 +1,195 @@
+#include "FrequencyResponse.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace nodara::filterdesign {
+namespace {
+
+using testing::magnitude;
+using testing::recurrenceOf;
+using testing::requestFor;
+
+const Options families[] = {Options::Bessel, Options::Butterworth, Options::Chebyshev};
+
+/// The pre-warped corner tan(πf)/π, and its inverse.
+double warped(double f) { return std::tan(std::numbers::pi * f) / std::numbers::pi; }
+double unwarped(double w) { return std::atan(std::numbers::pi * w) / std::numbers::pi; }
+
+double squared(double x) { return x * x; }
+
+// Bilinear transform of 1/(s² + √2·s + 1) with the corner pre-warped to tan(π/4) = 1.
+TEST(IirDesign, HalfBandButterworthOfOrderTwoIsTheClassicSection) {
+    IirDesignContext context(Options::Butterworth, 2, 0.25);
+    design(context);
+    const auto& a = *context.getA();
+    const auto& b = *context.getB();
+    ASSERT_EQ(a.size(), 2u);
+    ASSERT_EQ(b.size(), 3u);
+    const double b0 = 1.0 / (2.0 + std::sqrt(2.0));
+    EXPECT_NEAR(b[0], b0, 1e-7);
+    EXPECT_NEAR(b[1], 2.0 * b0, 1e-7);
+    EXPECT_NEAR(b[2], b0, 1e-7);
+    EXPECT_NEAR(a[0], 0.0, 1e-7);
+    EXPECT_NEAR(a[1], (2.0 - std::sqrt(2.0)) / (2.0 + std::sqrt(2.0)), 1e-7);
+}
+
+TEST(IirDesign, LowPassesOfEveryFamilyAndOrderHaveUnityGainAtDc) {
+    for (const Options family : families) {
+        for (int32 order = 1; order <= 10; ++order) {
+            for (const double fc : {0.02, 0.1, 0.3}) {
+                SCOPED_TRACE(::testing::Message() << int(family) << " order " << order << " fc " << fc);
+                IirDesignContext context(family, order, fc, 0.0, -0.5);
+                const Recurrence recurrence = recurrenceOf(context);
+                EXPECT_NEAR(magnitude(recurrence, 0.0), 1.0, 1e-9);
+                EXPECT_NEAR(magnitude(recurrence, 0.5), 0.0, 1e-9);
+                if (order <= 3) {
+                    // The float hand-over: Σb / (1 + Σa) is the DC gain, within rounding.
+                    design(context);
+                    const auto& a = *context.getA();
+                    const auto& b = *context.getB();
+                    ASSERT_EQ(a.size(), std::size_t(order));
+                    ASSERT_EQ(b.size(), std::size_t(order + 1));
+                    const double dc = std::accumulate(b.begin(), b.end(), 0.0) /
+                                      std::accumulate(a.begin(), a.end(), 1.0);
+                    EXPECT_NEAR(dc, 1.0, 2e-4);
+                }
+            }
+        }
+    }
+}
+
+TEST(IirDesign, ButterworthIsHalfPowerAtThePreWarpedCorner) {
+    for (const Options band : {Options::LowPass, Options::HighPass}) {
+        for (int32 order = 1; order <= 10; ++order) {
+            for (const double fc : {0.05, 0.2, 0.4}) {
+                SCOPED_TRACE(::testing::Message() << "order " << order << " fc " << fc);
+                const auto recurrence =
+                    recurrenceOf(requestFor(Options::Butterworth, order, band, fc));
+                EXPECT_NEAR(squared(magnitude(recurrence, fc)), 0.5, 1e-7);
+            }
+        }
+    }
+}
+
+// Without pre-warping the analog corner fc lands at the bilinear image atan(π·fc)/π.
+TEST(IirDesign, WithoutPreWarpingTheHalfPowerPointIsTheBilinearImageOfTheCorner) {
+    for (const Options family : {Options::Bessel, Options::Butterworth}) {
+        for (const int32 order : {1, 2, 3, 6, 10}) {
+            SCOPED_TRACE(::testing::Message() << int(family) << " order " << order);
+            IirDesignContext context(family, order, 0.2);
+            context.setOption(Options::DoNotPreWarp);
+            EXPECT_NEAR(squared(magnitude(recurrenceOf(context), unwarped(0.2))), 0.5, 1e-9);
+        }
+    }
+}
+
+TEST(IirDesign, ChebyshevPassBandRipplesByTheRequestedDecibels) {
+    for (const int32 order : {1, 2, 3, 4, 5, 8}) {
+        for (const double ripple : {-0.1, -0.5, -1.0, -3.0}) {
+            SCOPED_TRACE(::testing::Message() << "order " << order << " ripple " << ripple);
+            const double fc = 0.15;
+            IirDesignContext context(Options::Chebyshev, order, fc, 0.0, ripple);
+            const Recurrence recurrence = recurrenceOf(context);
+            double highest = -1e9;
+            double lowest = 1e9;
+            for (int i = 0; i <= 4000; ++i) {
+                const double level = 20.0 * std::log10(magnitude(recurrence, fc * i / 4000.0));
+                highest = std::max(highest, level);
+                lowest = std::min(lowest, level);
+            }
+            EXPECT_NEAR(highest - lowest, -ripple, 1e-4);
+            // Odd orders are scaled at a ripple peak and end the band in a trough; even ones
+            // the reverse.
+            EXPECT_NEAR(20.0 * std::log10(magnitude(recurrence, fc)),
+                        order % 2 == 1 ? ripple : 0.0, 1e-9);
+        }
+    }
+}
+
+TEST(IirDesign, HighPassesAreUnityAtNyquistAndZeroAtDc) {
+    for (const Options family : families) {
+        for (const int32 order : {1, 2, 3, 5, 10}) {
+            SCOPED_TRACE(::testing::Message() << int(family) << " order " << order);
+            const auto recurrence =
+                recurrenceOf(requestFor(family, order, Options::HighPass, 0.1, 0.0, -1.0));
+            EXPECT_NEAR(magnitude(recurrence, 0.5), 1.0, 1e-9);
+            EXPECT_NEAR(magnitude(recurrence, 0.0), 0.0, 1e-7);
+        }
+    }
+}
+
+// The peak sits at the bilinear image of the analog centre √(w1·w2) of the warped corners;
+// the gain is scaled to 1 at the arithmetic mean of the corners, which lies close by.
+TEST(IirDesign, BandPassPeaksNearItsCentreWithUnityAtTheMeanOfTheCorners) {
+    const double fc1 = 0.1;
+    const double fc2 = 0.2;
+    const double centre = unwarped(std::sqrt(warped(fc1) * warped(fc2)));
+    for (const int32 order : {1, 2, 3, 4}) {
+        SCOPED_TRACE(order);
+        IirDesignContext context = requestFor(Options::Butterworth, order, Options::BandPass, fc1, fc2);
+        const Recurrence recurrence = recurrenceOf(context);
+        EXPECT_EQ(recurrence.a.size(), std::size_t(2 * order));
+        EXPECT_NEAR(magnitude(recurrence, 0.5 * (fc1 + fc2)), 1.0, 1e-9);
+        EXPECT_NEAR(magnitude(recurrence, 0.0), 0.0, 1e-9);
+        EXPECT_NEAR(magnitude(recurrence, 0.5), 0.0, 1e-9);
+
+        double peak = 0.0;
+        for (int i = 0; i <= 5000; ++i) {
+            peak = std::max(peak, magnitude(recurrence, 0.5 * i / 5000.0));
+        }
+        EXPECT_GE(magnitude(recurrence, centre), peak - 1e-12);
+        EXPECT_NEAR(peak, 1.0, 1e-2);
+        EXPECT_NEAR(squared(magnitude(recurrence, fc1) / peak), 0.5, 1e-6);
+        EXPECT_NEAR(squared(magnitude(recurrence, fc2) / peak), 0.5, 1e-6);
+    }
+}
+
+TEST(IirDesign, BandStopNotchesAtItsCentreAndPassesDcAndNyquist) {
+    const double fc1 = 0.1;
+    const double fc2 = 0.2;
+    const double centre = unwarped(std::sqrt(warped(fc1) * warped(fc2)));
+    for (const int32 order : {1, 2, 3, 5}) {
+        SCOPED_TRACE(order);
+        const auto recurrence =
+            recurrenceOf(requestFor(Options::Butterworth, order, Options::BandStop, fc1, fc2));
+        EXPECT_EQ(recurrence.a.size(), std::size_t(2 * order));
+        EXPECT_NEAR(magnitude(recurrence, centre), 0.0, 1e-7);
+        EXPECT_NEAR(magnitude(recurrence, 0.0), 1.0, 1e-9);
+        EXPECT_NEAR(magnitude(recurrence, 0.5), 1.0, 1e-9);
+        EXPECT_NEAR(squared(magnitude(recurrence, fc1)), 0.5, 1e-9);
+        EXPECT_NEAR(squared(magnitude(recurrence, fc2)), 0.5, 1e-9);
+    }
+}
+
+// Each analog pole s = 2π·fc·p, p on the Butterworth circle at π/2 + (2k + 1)·π/(2n), must
+// be a root of 1 + Σ a[i]·z^(−i−1) at z = exp(s), with the corner not pre-warped. The zeros at
+// infinity have no image: b starts with `order` zeros, a pure delay.
+TEST(IirDesign, MatchedZPolesAreTheExponentialsOfTheAnalogPoles) {
+    for (int32 order = 1; order <= 6; ++order) {
+        for (const double fc : {0.05, 0.2}) {
+            SCOPED_TRACE(::testing::Message() << "order " << order << " fc " << fc);
+            IirDesignContext context(Options::Butterworth, order, fc);
+            context.setOption(Options::MatchedZ);
+            const Recurrence recurrence = recurrenceOf(context);
+            for (int32 k = 0; k < order; ++k) {
+                const double angle = std::numbers::pi * (0.5 + (k + 0.5) / order);
+                const Complex z = std::exp(2.0 * std::numbers::pi * fc * std::polar(1.0, angle));
+                Complex denominator = 1.0;
+                for (std::size_t i = 0; i < recurrence.a.size(); ++i) {
+                    denominator += recurrence.a[i] * std::pow(z, -double(i + 1));
+                }
+                EXPECT_LT(std::abs(denominator), 1e-9);
+            }
+            const auto& b = recurrence.b;
+            EXPECT_TRUE(std::all_of(b.begin(), b.end() - 1, [](double v) { return v == 0.0; }));
+            EXPECT_NEAR(magnitude(recurrence, 0.0), 1.0, 1e-9);
+        }
+    }
+}
+
+} // namespace
+} // namespace nodara::filterdesign

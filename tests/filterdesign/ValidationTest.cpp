@@ -1,0 +1,130 @@
+#include "filterdesign/Design.h"
+#include "runtime/Exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+
+namespace nodara::filterdesign {
+namespace {
+
+template <class Expected>
+void expectFailure(const std::function<void()>& action, const std::string& message) {
+    try {
+        action();
+        ADD_FAILURE() << "no exception, expected \"" << message << "\"";
+    } catch (const Expected& error) {
+        EXPECT_EQ(std::string(error.what()), message);
+    }
+}
+
+// The checks run family, ripple, fc1, order: each row also breaks every later check.
+TEST(IirDesignContext, ConstructorRejectsBadArgumentsInOrder) {
+    const struct {
+        Options family;
+        int32 order;
+        double fc1;
+        double ripple;
+        const char* message;
+    } cases[] = {
+        {Options(0), 0, 0.7, 0.0,
+         "IirDesignContext: family must be one of the following: BESSEL, BUTTERWORTH, CHEBYSHEV."},
+        {Options::LowPass, 2, 0.25, -1.0,
+         "IirDesignContext: family must be one of the following: BESSEL, BUTTERWORTH, CHEBYSHEV."},
+        {Options::Chebyshev, 0, 0.7, 0.0, "IirDesignContext: ripple must be less than zero."},
+        {Options::Chebyshev, 2, 0.25, 0.5, "IirDesignContext: ripple must be less than zero."},
+        {Options::Butterworth, 0, 0.5, 0.0, "IirDesignContext: fc1 must be (0, 0.5)."},
+        {Options::Butterworth, 2, 0.0, 0.0, "IirDesignContext: fc1 must be (0, 0.5)."},
+        {Options::Bessel, 0, 0.25, 0.0, "DesignContext: Invalid filter order: 0"},
+    };
+    for (const auto& c : cases) {
+        expectFailure<InvalidArgumentException>(
+            [&] { IirDesignContext(c.family, c.order, c.fc1, 0.0, c.ripple); }, c.message);
+    }
+}
+
+TEST(IirDesign, DesignRejectsBadRequestsWithTheirMessages) {
+    const struct {
+        int32 order;
+        double fc2;
+        double ripple;
+        std::vector<std::pair<Options, bool>> changes;
+        const char* message;
+    } cases[] = {
+        {11, 0.0, -1.0, {}, "filter order out of range"},
+        {-1, 0.0, -1.0, {}, "filter order out of range"},
+        {2, 0.0, -1.0, {{Options::Chebyshev, false}}, "missing filter design method"},
+        {2, 0.0, -1.0, {{Options::HighPass, true}}, "missing filter type"},
+        {2, 0.0, -1.0, {{Options::LowPass, false}}, "missing filter type"},
+        {2, 0.0, -1.0, {{Options::LowPass, false}, {Options::AllPass, true}},
+         "allpass characteristic avaialable only with 2-pole resonator"},
+        {2, 0.0, -4000.0, {}, "Chebyshev y must be > 0"},
+        {2, 0.5, -1.0, {{Options::LowPass, false}, {Options::BandPass, true}},
+         "IirDesignContext: fc2 must be (0, 0.5)."},
+        {2, 0.1, -1.0, {{Options::LowPass, false}, {Options::BandStop, true}},
+         "IirDesignContext: fc2 must be above fc1."},
+    };
+    for (const auto& c : cases) {
+        IirDesignContext context(Options::Chebyshev, c.order, 0.2, c.fc2, c.ripple);
+        for (const auto& [option, value] : c.changes) {
+            context.setOption(option, value);
+        }
+        expectFailure<NodaraException>([&] { design(context); }, c.message);
+    }
+}
+
+TEST(IirDesign, FailedDesignKeepsThePreviousCoefficients) {
+    IirDesignContext context(Options::Butterworth, 2, 0.25);
+    design(context);
+    const Coefficients a = context.getA();
+    const std::vector<scalar> b = *context.getB();
+    context.setOption(Options::HighPass);
+    EXPECT_THROW(design(context), NodaraException);
+    EXPECT_EQ(context.getA(), a);
+    EXPECT_EQ(*context.getB(), b);
+}
+
+TEST(IirDesignContext, OptionIndexOfFifteenOrMoreIsOutOfRange) {
+    IirDesignContext context(Options::Butterworth, 2, 0.25);
+    expectFailure<std::out_of_range>([&] { context.setOption(Options(15)); },
+                                     "invalid bitset<N> position");
+}
+
+// Word-level checks that a context cannot reach: the resonator, the proportional integrator
+// and a missing order or corner bit.
+TEST(DesignCore, RequestWordValidationFollowsTheCheckOrder) {
+    using namespace requestbits;
+    const struct {
+        unsigned options;
+        int32 order;
+        const char* message;
+    } cases[] = {
+        {resonator | butterworth | lowPass | cornerGiven | orderGiven, 2,
+         "missing filter design method"},
+        {resonator | lowPass | cornerGiven, 0, "options incompatible with 2-pole resonator filter"},
+        {resonator | cornerGiven, 0, "missing resonator type"},
+        {proportionalIntegrator | highPass | cornerGiven | orderGiven, 1,
+         "options incompatible with proportional integrator"},
+        {butterworth | lowPass | cornerGiven, 2, "missing filter order"},
+        {proportionalIntegrator | lowPass | cornerGiven | orderGiven, 2,
+         "proportional integrator allows only order of 1"},
+        {butterworth | orderGiven | lowPass, 2, "missing normalized corner frequency"},
+        {chebyshev | lowPass | cornerGiven | orderGiven, 2, "Chebyshev ripple must be < 0"},
+    };
+    for (const auto& c : cases) {
+        const Request request{c.options, c.order, 0.25, 0.0, 0.0};
+        expectFailure<NodaraException>([&] { designRecurrence(request); }, c.message);
+    }
+}
+
+TEST(DesignCore, ExpansionRejectsUnpairedRootsBeforeSurplusZeros) {
+    const Complex unpaired(0.5, 0.5);
+    expectFailure<NodaraException>([&] { expand(PoleZeroSet{{0.5}, {unpaired, -1.0}}, 1.0); },
+                                   "poles/zeros not complex conjugates");
+    expectFailure<NodaraException>([&] { expand(PoleZeroSet{{0.5}, {-1.0, -1.0}}, 1.0); },
+                                   "too many zeros");
+}
+
+} // namespace
+} // namespace nodara::filterdesign
