@@ -1,12 +1,13 @@
-#include <gtest/gtest.h>
+#include "support/Tool.h"
 
-#include <sys/wait.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
+namespace nodara::testing {
 namespace {
 
 struct Outcome {
@@ -16,17 +17,8 @@ struct Outcome {
 };
 
 Outcome runTorvane(const std::string& arguments) {
-    const char* binaryDir = std::getenv("TORVANE_BINARY_DIR");
-    const std::string command =
-        std::string(binaryDir ? binaryDir : ".") + "/torvane " + arguments + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    std::string output;
-    char buffer[256];
-    while (std::fgets(buffer, sizeof buffer, pipe)) {
-        output += buffer;
-    }
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    const ToolResult result = torvane(arguments);
+    return {result.exitCode, result.out + result.err};
 }
 
 TEST(DesignCommand, PrintsTheHalfBandSectionAsDocumentProperties) {
@@ -65,3 +57,4 @@ TEST(DesignCommand, DesignErrorsPrintTheMessageAndUsageErrorsExitTwo) {
 }
 
 } // namespace
+} // namespace nodara::testing
