@@ -1,10 +1,15 @@
 #include "description/DSPElementFactory.h"
 
+#include "dsp/BiQuad.h"
+#include "dsp/DifferentialFilter.h"
+#include "dsp/FirstOrderIIR.h"
 #include "dsp/Gain.h"
+#include "dsp/Iir.h"
 #include "dsp/LookupTableFilter.h"
 #include "dsp/Mixer.h"
 #include "dsp/Relaxation.h"
 #include "dsp/Switch.h"
+#include "dsp/ThirdOrderIIR.h"
 #include "runtime/Exceptions.h"
 
 #include <functional>
@@ -23,7 +28,12 @@ Maker maker() {
 
 const std::unordered_map<std::string, Maker>& builtInTable() {
     static const std::unordered_map<std::string, Maker> table = {
+        {"BiQuad", maker<BiQuad>()},
+        {"ThirdOrderIIR", maker<ThirdOrderIIR>()},
+        {"FirstOrderIIR", maker<FirstOrderIIR>()},
+        {"Iir", maker<Iir>()},
         {"Gain", maker<Gain>()},
+        {"DifferentialFilter", maker<DifferentialFilter>()},
         {"LookupTableFilter", maker<LookupTableFilter>()},
         {"Switch", maker<Switch>()},
         {"Mixer", maker<Mixer>()},

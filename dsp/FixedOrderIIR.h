@@ -1,0 +1,71 @@
+#pragma once
+
+#include "runtime/Exceptions.h"
+#include "runtime/Filter.h"
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace nodara {
+
+/// A recursive filter of a fixed order N, with the feedback subtracted:
+///   y[n] = b0·x[n] + b1·x[n−1] + … + bN·x[n−N] − a1·y[n−1] − … − aN·y[n−N]
+/// summed in exactly this order in single precision, so that every build gives the same bits.
+/// The first N samples of a block run through the state, the rest directly on the arrays.
+///
+/// A properties handler that needs per-sample updates recomputes the coefficients before each
+/// sample from the input and the last output. Coefficient changes keep the state.
+template <int N>
+class FixedOrderIIR : public BufferedFilter {
+public:
+    using BufferedFilter::process;
+    using BufferedFilter::propertyChanged;
+    /// "A" (N values) or "B" (N + 1 values); takes effect at the next sample.
+    void propertyChanged(const std::string& name,
+                         const std::shared_ptr<std::vector<scalar>>& values) override;
+    scalar process(scalar in) override;
+    void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
+                 size_t framesPerBuffer) override;
+    /// `in` and `out` must be distinct arrays.
+    void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
+    IterationResults& iteration(const IterationResults& in, size_t frame,
+                                int32 iteration) override;
+    size_t endIteration(size_t frame) override;
+    void reset() override;
+    /// N feedback and N + 1 feed-forward coefficients; touches no state.
+    void setCoefficients(const scalar* a, const scalar* b);
+
+    /// The last output, y[n−1].
+    scalar getLastOutput() const { return y[0]; }
+    const std::array<scalar, N>& getA() const { return a; }
+    const std::array<scalar, N + 1>& getB() const { return b; }
+
+protected:
+    FixedOrderIIR(const char* className, const char* outputIndexClassName)
+        : BufferedFilter(className, outputIndexClassName) {}
+
+    /// Reads the document lists "A" and "B" and checks their lengths.
+    void readCoefficients(const Properties& properties, bool singleValueA);
+    void clearState();
+
+    std::array<scalar, N> a{};
+    std::array<scalar, N + 1> b{};
+    /// x[n−1] .. x[n−N] and y[n−1] .. y[n−N].
+    std::array<scalar, N> x{};
+    std::array<scalar, N> y{};
+    /// The iteration's input and the part of its sum that depends only on the past.
+    scalar currentInput = 0.0f;
+    scalar partialSum = 0.0f;
+
+private:
+    scalar step(scalar in);
+    void updateStateFromBlock(const scalar* in, const scalar* out, size_t frames);
+};
+
+extern template class FixedOrderIIR<1>;
+extern template class FixedOrderIIR<2>;
+extern template class FixedOrderIIR<3>;
+
+} // namespace nodara
