@@ -5,6 +5,8 @@
 #include "dsp/FirstOrderIIR.h"
 #include "dsp/Gain.h"
 #include "dsp/Iir.h"
+#include "dsp/IirDecimator.h"
+#include "dsp/IirInterpolator.h"
 #include "dsp/LookupTableFilter.h"
 #include "dsp/Mixer.h"
 #include "dsp/Relaxation.h"
@@ -35,6 +37,8 @@ const std::unordered_map<std::string, Maker>& builtInTable() {
         {"Gain", maker<Gain>()},
         {"DifferentialFilter", maker<DifferentialFilter>()},
         {"LookupTableFilter", maker<LookupTableFilter>()},
+        {"IirInterpolator", maker<IirInterpolator>()},
+        {"IirDecimator", maker<IirDecimator>()},
         {"Switch", maker<Switch>()},
         {"Mixer", maker<Mixer>()},
         {"Relaxation", maker<Relaxation>()},

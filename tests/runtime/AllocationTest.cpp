@@ -69,5 +69,39 @@ TEST(Allocation, SteadyStateBlocksAllocateNothing) {
     }
 }
 
+TEST(Allocation, OnlyTheBlockThatChangesTheRateAllocates) {
+    const std::string document = R"(<System><Graphs>
+      <Graph Name="Up" Type="DSP" Multiplier="2.0">
+        <Element Type="IirInterpolator" Name="I"><Properties CornerFrequency="15000" Factor="2"
+          Order="2" Cascade="4" Type="Butterworth"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="System" Node="0"/></Inputs>
+        <Output><Node Name="out" Element="I" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph>
+      <Graph Name="Down" Type="DSP" Multiplier="0.5">
+        <Element Type="IirDecimator" Name="D"><Properties CornerFrequency="20000" Factor="2"
+          Order="3" Cascade="8" Type="Butterworth"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="Up" Node="out"/></Inputs>
+        <Output><Node Name="out" Element="D" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph></Graphs><Outputs><Output Graph="Down" Node="out"/></Outputs>
+      <Controls><Control Name="Oversampling" DisplayName="Oversampling" Value="2"><Properties>
+        <Property Name="Factor" Graph="Up" Element="I"/><Property Name="Factor" Graph="Down" Element="D"/>
+      </Properties></Control></Controls></System>)";
+    auto driver = driverFor(document, 256);
+    std::vector<scalar> input = testSignal(256);
+    const std::vector<scalar*> inputs = {input.data()};
+    driver->process(inputs, 256);
+    (*driver->getControls())[0]->setValue(8.0f);
+    EXPECT_GT(allocationsOf([&] { driver->process(inputs, 256); }), 0)
+        << "the redesign and the larger buffers are the documented exception";
+    EXPECT_EQ(allocationsOf([&] {
+                  for (int block = 0; block < 10; ++block) {
+                      driver->process(inputs, 256);
+                  }
+              }),
+              0);
+}
+
 } // namespace
 } // namespace nodara::testing

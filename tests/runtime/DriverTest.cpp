@@ -177,5 +177,37 @@ TEST(Driver, OutputDoesNotDependOnTheBlockSize) {
     }
 }
 
+TEST(Driver, OversampledOutputDoesNotDependOnTheBlockSize) {
+    const std::string document = R"(<System><Graphs>
+      <Graph Name="Up" Type="DSP" Multiplier="4.0">
+        <Element Type="IirInterpolator" Name="I"><Properties CornerFrequency="15000" Factor="4"
+          Order="2" Cascade="4" Type="Butterworth"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="System" Node="0"/></Inputs>
+        <Output><Node Name="out" Element="I" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph>
+      <Graph Name="Shape" Type="DSP">
+        <Element Type="LookupTableFilter" Name="T">
+          <Properties VinMin="-1" VinMax="1" DeltaV="0.5" Vout="-1|-0.9|0|0.9|1"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="Up" Node="out"/></Inputs>
+        <Output><Node Name="out" Element="T" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph>
+      <Graph Name="Down" Type="DSP" Multiplier="0.25">
+        <Element Type="IirDecimator" Name="D"><Properties CornerFrequency="20000" Factor="4"
+          Order="3" Cascade="2" Type="Bessel"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="Shape" Node="out"/></Inputs>
+        <Output><Node Name="out" Element="D" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph></Graphs><Outputs><Output Graph="Down" Node="out"/></Outputs></System>)";
+    const auto input = testSignal(600);
+    auto reference = driverFor(document, 600);
+    const auto expected = runBlocks(*reference, {input}, 600)[0];
+    for (size_t block : {1u, 7u, 64u, 256u}) {
+        auto driver = driverFor(document, static_cast<int32>(block));
+        EXPECT_EQ(runBlocks(*driver, {input}, block)[0], expected) << "block " << block;
+    }
+}
+
 } // namespace
 } // namespace nodara::testing
