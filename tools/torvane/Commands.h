@@ -13,6 +13,8 @@ namespace torvane::cli {
 int checkCommand(Arguments& arguments);
 int runCommand(Arguments& arguments);
 int generateCommand(Arguments& arguments);
+int ampCommand(Arguments& arguments);
+int tablesCommand(Arguments& arguments);
 int infoCommand(Arguments& arguments);
 int designCommand(Arguments& arguments);
 

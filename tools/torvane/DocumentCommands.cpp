@@ -2,6 +2,9 @@
 #include "tools/torvane/BlockLoop.h"
 #include "tools/torvane/Commands.h"
 
+#include "amp/AmplifierDocument.h"
+#include "amp/TorvaneFactory.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -28,15 +31,19 @@ std::string readTextFile(const std::string& path) {
 
 std::shared_ptr<nodara::Driver> makeDriver(const std::string& document) {
     auto driver = std::make_shared<nodara::Driver>();
+    auto factories = std::make_shared<std::vector<std::shared_ptr<nodara::PluginDSPElementFactory>>>();
+    factories->push_back(std::make_shared<torvane::TorvaneFactory>());
+    driver->setPluginElementFactories(factories);
     std::istringstream stream(document);
     driver->init(stream);
     return driver;
 }
 
 int checkCommand(Arguments& arguments) {
-    const std::string path = arguments.takePositional("the document DOC.xml");
+    const bool builtIn = arguments.takeFlag("--builtin");
+    const std::string path = builtIn ? std::string() : arguments.takePositional("the document DOC.xml");
     arguments.expectNothingElse();
-    auto driver = makeDriver(readTextFile(path));
+    auto driver = makeDriver(builtIn ? std::string(torvane::amplifierDocument) : readTextFile(path));
     const auto controls = driver->getControls();
     std::cout << "ok: " << driver->getGraphs()->size() << " graphs, "
               << driver->getNumberOfOutputs() << " outputs, " << (controls ? controls->size() : 0)

@@ -21,6 +21,9 @@ Usage: torvane <command> [options]
 
 Commands:
   check DOC.xml          parse and initialise a system document
+  check --builtin        the same for the amplifier's built-in document
+  amp --in IN --out OUT  run the built-in amplifier over an audio file
+  tables [NAME --csv]    list the embedded tables, or print one
   run DOC.xml ...        run a document over an audio file
   generate --out F.wav   write a test signal (sweep, sine or noise)
   info FILE.wav          print a file's format, peak and RMS level
@@ -34,8 +37,10 @@ const std::map<std::string, Command>& commands() {
         {"check",
          {torvane::cli::checkCommand,
           R"(Usage: torvane check DOC.xml
+       torvane check --builtin
 
-Reads the document and initialises a driver with it.
+Reads the document (or the amplifier's built-in one) and initialises a driver
+with it; the product's own element types are known.
 Prints "ok: G graphs, O outputs, C controls" and exits 0; a document error is
 printed on the first line of stderr with exit 1; an unreadable file exits 2.
 )"}},
@@ -58,6 +63,34 @@ OUT.wav, written as 32-bit float WAV at the input's sample rate.
 
 On any failure the message goes to stderr, the exit code is 1 and no output
 file is left behind.
+)"}},
+        {"amp",
+         {torvane::cli::ampCommand,
+          R"(Usage: torvane amp --in IN.wav --out OUT.wav [--rate HZ] [--block N]
+                   [--set NAME=VALUE[@SECONDS]]...
+
+Runs the built-in amplifier, with its tables, cabinet response and the value
+maps of its controls, over an audio file, with the plug-in's channel rules: a
+mono file gives a mono file; a stereo file gives two channels, the second a
+copy of the first while Stereo is below 0.5. Output: 32-bit float WAV at the
+input's rate.
+
+Controls (knob positions from 0 to 1, as a host sends them):
+  Gain (0.5)  Feedback (1)  Vol (0.5)  Oversampling (0.5: 0 = 2x, 0.5 = 4x, 1 = 8x)
+  Cabinet (1)  CPU (0: low-CPU branch, 1: full quality)  Input (0.5)  Stereo (0)
+
+  --rate HZ, --block N, --set: as for 'torvane run'.
+)"}},
+        {"tables",
+         {torvane::cli::tablesCommand,
+          R"(Usage: torvane tables
+       torvane tables NAME --csv
+
+Lists the tables built into the amplifier (name, range, step, count), or prints
+one as "x,value" rows: the stage curves V1, V2.lowCPU, V2.full, V3.lowCPU,
+V3.full (grid volts, plate volts), the grid curves grid.V2V3 and
+grid.VolumeControl (grid volts, ohms) and the cabinet response u87 (sample
+index, value at 44100 Hz).
 )"}},
         {"generate",
          {torvane::cli::generateCommand,

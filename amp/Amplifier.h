@@ -1,0 +1,25 @@
+#pragma once
+
+#include "runtime/Driver.h"
+
+#include <memory>
+
+namespace torvane {
+
+/// A driver that knows the product's element types and has parsed the amplifier document.
+/// Start-up work: parses and designs; never on the audio thread.
+std::shared_ptr<nodara::Driver> makeAmplifierDriver();
+
+/// Attaches the networks' coefficient calculators and handlers, then loads the stage tables
+/// and the cabinet response into their elements. Must run before the driver's first block
+/// size: the block size reaches the wrapped filters only once they exist.
+void setUpAmplifier(nodara::Driver& driver);
+
+/// The value maps of the amplifier's eight controls, installed by control name; every other
+/// control keeps the identity. Each map also sets its target's pending value.
+void installValueMaps(const nodara::Driver::ControlList& controls);
+
+/// The three steps above: a complete amplifier, ready for a sample rate and a block size.
+std::shared_ptr<nodara::Driver> makeAmplifier();
+
+} // namespace torvane

@@ -1,0 +1,22 @@
+#include "amp/GridConductance.h"
+
+#include "runtime/DSPContext.h"
+
+namespace torvane {
+
+std::unique_ptr<nodara::LookupTableFilter> gridConductance(std::span<const float> resistance,
+                                                           const char* vinMin, const char* vinMax,
+                                                           const char* deltaV) {
+    auto lookup = std::make_unique<nodara::LookupTableFilter>();
+    auto context = std::make_shared<nodara::DSPContext>();
+    lookup->init("yd", {{"VinMin", vinMin}, {"VinMax", vinMax}, {"DeltaV", deltaV}}, context);
+    auto conductance = std::make_shared<std::vector<nodara::scalar>>();
+    conductance->reserve(resistance.size());
+    for (float ohms : resistance) {
+        conductance->push_back(1.0f / ohms);
+    }
+    lookup->propertyChanged("Vout", conductance);
+    return lookup;
+}
+
+} // namespace torvane

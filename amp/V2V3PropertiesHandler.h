@@ -1,0 +1,55 @@
+#pragma once
+
+#include "dsp/LookupTableFilter.h"
+#include "runtime/PropertiesHandler.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace torvane {
+
+using nodara::Filter;
+using nodara::Properties;
+using nodara::scalar;
+
+/// The coupling of `V2V3Coupling` with the output grid drawing current: the load is the grid
+/// resistor in parallel with the grid's conductance g(p), read from a table at the grid
+/// voltage p predicted from the filter's last two outputs,
+///   H(s) = s·C / (s·C·(1 + R·G) + G),  G = 1/220 kΩ + g.
+/// A rising g raises the corner: the blocking of the stage. Recomputed per sample unless g
+/// stays within ±10 %. It has no parameters.
+class V2V3PropertiesHandler : public nodara::PropertiesHandler {
+public:
+    /// `filter` is the FirstOrderIIR served, not owned; `gridResistance` is in ohms over
+    /// 18..30 V in steps of 0.02 V.
+    V2V3PropertiesHandler(Filter* filter, std::span<const float> gridResistance);
+
+    void init(const Properties&) override {}
+    void propertyChanged(const std::string&, scalar) override {}
+    void setSampleRate(scalar sampleRate) override;
+    bool needsSampleUpdate() override { return true; }
+    using nodara::PropertiesHandler::update;
+    /// `input` is not used.
+    void update(scalar input, scalar lastOutput) override;
+
+private:
+    std::unique_ptr<nodara::LookupTableFilter> lookup;
+    Filter* filter;
+    double R = 69000.0;                   ///< ohms, source resistance
+    double C = 2.2e-8;                    ///< farads, coupling capacitor
+    double k = 1.0;                       ///< twice the sample rate
+    double kC = k * C;
+    double RkC = R * kC;
+    double G0 = 4.5454545454545455e-6;    ///< siemens, the 220 kΩ grid resistor
+    double g = 0.0;
+    double G = G0;
+    /// The filter's last two outputs, for the prediction of the grid voltage.
+    scalar y1 = 0.0f, y2 = 0.0f;
+    double lastG = 0.0;
+    bool dirty = true;
+    std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(2, 0.0f);
+    std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(1, 0.0f);
+};
+
+} // namespace torvane

@@ -1,0 +1,88 @@
+#include "amp/VolCtrlPropertiesHandler.h"
+
+#include "amp/GridConductance.h"
+#include "runtime/Exceptions.h"
+
+namespace torvane {
+
+VolCtrlPropertiesHandler::VolCtrlPropertiesHandler(Filter* filter,
+                                                   std::span<const float> gridResistance)
+    : lookup(gridConductance(gridResistance, "0", "20", "0.02")), filter(filter) {}
+
+void VolCtrlPropertiesHandler::setWiper(double value) {
+    wiper = value;
+    Rup = (1.0 - wiper) * Rp;
+    Rlow = wiper * Rp;
+}
+
+void VolCtrlPropertiesHandler::init(const Properties& properties) {
+    double value = 0.0;
+    if (nodara::readProperty(properties, "Wiper", value, nodara::doubleParser)) {
+        setWiper(value);
+    }
+    nodara::readProperty(properties, "Gain", gain, nodara::scalarParser);
+    dirty = true;
+}
+
+void VolCtrlPropertiesHandler::propertyChanged(const std::string& name, scalar value) {
+    if (name == "Wiper") {
+        setWiper(value);
+    } else if (name == "Gain") {
+        gain = value;
+    } else {
+        throw nodara::NodaraException("VolCtrlPropertiesHandler: Unknown property " + name);
+    }
+    dirty = true;
+}
+
+void VolCtrlPropertiesHandler::setSampleRate(scalar sampleRate) {
+    dirty = true;
+    k = 2.0 * sampleRate;
+    kC1 = C1 * k;
+    kC2 = C2 * k;
+}
+
+// The bilinear transform of H(s), multiplied out: the z⁰ and z⁻² sums split into parts with
+// and without g, so a new g costs one division and a few products.
+void VolCtrlPropertiesHandler::computeTermsFreeOfG() {
+    const double Pa = Rs * kC1;
+    const double Pb = Rup * kC1;
+    const double Pc = kC2 * Rlow;
+    const double Pd = Rlow * kC1;
+    const double Q = Rlow * Pb;
+    const double S2a = Pa * Pc;
+    const double S2b = Pc * Pb;
+    S2 = S2a + S2b;
+    const double S1 = Rs * Pd + Q;
+    D0 = S2 + Pb + Pc + Pd + Pa + 1.0;
+    D2 = S2 - Pb - Pc - Pd - Pa + 1.0;
+    E0 = Rlow + S1;
+    E2 = Rlow - S1;
+}
+
+void VolCtrlPropertiesHandler::update(scalar, scalar lastOutput) {
+    y2 = y1;
+    y1 = lastOutput;
+    const scalar predicted = 2.0f * y1 - y2;
+    g = lookup->process(predicted);
+    if (lastG * 1.1 > g && g > lastG * 0.9 && !dirty) {
+        return;
+    }
+    if (dirty) {
+        dirty = false;
+        computeTermsFreeOfG();
+    }
+    lastG = g;
+    const double inv = 1.0 / (E0 * g + D0);
+    const scalar b0 = static_cast<scalar>(kC1 * Rlow * inv) * gain;
+    auto& numerator = *b;
+    numerator[0] = b0;
+    numerator[1] = 0.0f;
+    numerator[2] = -b0;
+    (*a)[0] = static_cast<scalar>(-2.0 * (S2 - g * Rlow - 1.0) * inv);
+    (*a)[1] = static_cast<scalar>((E2 * g + D2) * inv);
+    filter->propertyChanged("A", a);
+    filter->propertyChanged("B", b);
+}
+
+} // namespace torvane

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "dsp/LookupTableFilter.h"
+#include "runtime/PropertiesHandler.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace torvane {
+
+using nodara::Filter;
+using nodara::Properties;
+using nodara::scalar;
+
+/// The volume network of `VolumeControl` with the next grid drawing current when driven
+/// positive: the wiper is loaded by a grid conductance g(p), read from a table at the grid
+/// voltage p predicted by straight-line extrapolation of the filter's last two outputs. The
+/// BiQuad's coefficients are recomputed per sample, unless g stays within ±10 % of the value
+/// they stand for. Parameters "Wiper" and "Gain" (scales the numerator: the Feedback control).
+///
+/// Threads: `update` runs on the audio thread inside the filter's `process`; the rest between
+/// blocks.
+class VolCtrlPropertiesHandler : public nodara::PropertiesHandler {
+public:
+    /// `filter` is the BiQuad served, not owned; `gridResistance` is in ohms over 0..20 V in
+    /// steps of 0.02 V.
+    VolCtrlPropertiesHandler(Filter* filter, std::span<const float> gridResistance);
+
+    void init(const Properties& properties) override;
+    void propertyChanged(const std::string& name, scalar value) override;
+    void setSampleRate(scalar sampleRate) override;
+    bool needsSampleUpdate() override { return true; }
+    using nodara::PropertiesHandler::update;
+    /// `input` is not used.
+    void update(scalar input, scalar lastOutput) override;
+
+private:
+    void setWiper(double value);
+    void computeTermsFreeOfG();
+
+    std::unique_ptr<nodara::LookupTableFilter> lookup;
+    Filter* filter;
+    scalar gain = 0.61f;
+    double wiper = 1.0;
+    double Rs = 41000.0;
+    double Rp = 1000000.0;
+    double C1 = 2.2e-8;
+    double C2 = 1.44e-10;
+    double k = 1.0;
+    double kC1 = C1;
+    double kC2 = C2;
+    double g = 0.0;
+    double Rlow = Rp;
+    double Rup = 0.0;
+    /// k²·C1·C2·Rlow·(Rs + Rup): the s² term after the transform.
+    double S2 = 0.0;
+    /// Denominator sums: z⁰ is D0 + g·E0, z⁻² is D2 + g·E2.
+    double D0 = 0.0, E0 = 0.0, D2 = 0.0, E2 = 0.0;
+    /// The filter's last two outputs, for the prediction of the grid voltage.
+    scalar y1 = 0.0f, y2 = 0.0f;
+    double lastG = 0.0;
+    bool dirty = true;
+    std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(3, 0.0f);
+    std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(2, 0.0f);
+};
+
+} // namespace torvane

@@ -1,0 +1,249 @@
+#include "amp/FilterWrapper.h"
+#include "amp/TorvaneFactory.h"
+#include "amp/V2V3Coupling.h"
+#include "amp/V2V3PropertiesHandler.h"
+#include "amp/VolCtrlPropertiesHandler.h"
+#include "amp/VolumeControl.h"
+#include "dsp/BiQuad.h"
+#include "dsp/FirstOrderIIR.h"
+#include "runtime/DSPContext.h"
+#include "support/Documents.h"
+
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <numbers>
+
+namespace torvane {
+namespace {
+
+using Complex = std::complex<double>;
+using nodara::testing::messageOf;
+
+constexpr double Rs = 41000.0, Rp = 1e6, C1 = 2.2e-8, C2 = 1.44e-10;
+
+/// The volume network's H(s), written from the circuit, with grid conductance g.
+Complex volumeNetwork(Complex s, double wiper, double g) {
+    const double Rlow = wiper * Rp, Rup = (1.0 - wiper) * Rp;
+    const Complex denominator = (1.0 + g * Rlow) +
+                                s * (C1 * (Rs + Rup + Rlow) + C2 * Rlow + g * Rlow * C1 * (Rs + Rup)) +
+                                s * s * C1 * C2 * Rlow * (Rs + Rup);
+    return s * C1 * Rlow / denominator;
+}
+
+/// The coupling's H(s) with load conductance G.
+Complex coupling(Complex s, double G) {
+    constexpr double R = 69000.0, C = 2.2e-8;
+    return s * C / (s * C * (1.0 + R * G) + G);
+}
+
+/// A digital filter's response at z, with the feedback subtracted.
+Complex digital(const std::vector<scalar>& b, const std::vector<scalar>& a, Complex z) {
+    Complex top = 0.0, bottom = 1.0, power = 1.0;
+    for (size_t i = 0; i < b.size(); ++i) {
+        top += static_cast<double>(b[i]) * power;
+        if (i < a.size()) {
+            bottom += static_cast<double>(a[i]) * power / z;
+        }
+        power /= z;
+    }
+    return top / bottom;
+}
+
+/// Compares a digital response with H(s) at the bilinear image of the same points.
+template <class Analog>
+void expectBilinearOf(const std::vector<scalar>& b, const std::vector<scalar>& a, double rate,
+                      Analog analog, double tolerance = 2e-4) {
+    const double k = 2.0 * rate;
+    for (double frequency : {20.0, 100.0, 720.0, 3000.0, 12000.0}) {
+        const Complex z = std::polar(1.0, 2.0 * std::numbers::pi * frequency / rate);
+        const Complex s = k * (1.0 - 1.0 / z) / (1.0 + 1.0 / z);
+        const Complex expected = analog(s);
+        EXPECT_LT(std::abs(digital(b, a, z) - expected), tolerance * std::abs(expected) + 1e-7)
+            << "at " << frequency << " Hz";
+    }
+}
+
+std::vector<float> flatGrid(size_t count) { return std::vector<float>(count, 1e10f); }
+
+/// A grid curve with an onset: 1e10 ohm below `onset` volts, falling as 1/(v − onset)².
+std::vector<float> conductingGrid(size_t count, float first, float onset) {
+    std::vector<float> ohms(count);
+    for (size_t i = 0; i < count; ++i) {
+        const float v = first + 0.02f * static_cast<float>(i);
+        ohms[i] = v <= onset ? 1e10f : std::min(1e10f, 2000.0f / ((v - onset) * (v - onset)) + 2000.0f);
+    }
+    return ohms;
+}
+
+TEST(VolumeControl, IsTheBilinearTransformOfTheNetwork) {
+    for (double wiper : {1.0, 0.5, 0.1}) {
+        VolumeControl control;
+        control.init({{"Wiper", static_cast<scalar>(wiper)}});
+        control.setSampleRate(96000.0f);
+        expectBilinearOf(control.getB(), control.getA(), 96000.0,
+                         [&](Complex s) { return volumeNetwork(s, wiper, 0.0); });
+        EXPECT_EQ(control.getB()[1], 0.0f);
+        EXPECT_EQ(control.getB()[2], -control.getB()[0]);
+    }
+}
+
+TEST(VolumeControl, WiperAtGroundIsSilentAndStable) {
+    VolumeControl control;
+    control.setSampleRate(48000.0f);
+    control.propertyChanged("Wiper", 0.0f);
+    EXPECT_EQ(control.getB()[0], 0.0f);
+    EXPECT_TRUE(std::isfinite(control.getA()[0]) && std::isfinite(control.getA()[1]));
+    EXPECT_EQ(messageOf([&] { control.propertyChanged("Gain", 1.0f); }),
+              "VolumeControl: Unknown property Gain");
+}
+
+struct HandledFilter {
+    std::shared_ptr<nodara::DSPContext> context = std::make_shared<nodara::DSPContext>();
+    nodara::BiQuad biquad;
+    nodara::FirstOrderIIR first;
+
+    HandledFilter() {
+        biquad.init("VC", {{"A", "0|0"}, {"B", "0|0|0"}, {"Wiper", "1.0"}, {"Gain", "1.0"}}, context);
+        first.init("V2V3", {{"A", "0"}, {"B", "0|0"}}, context);
+    }
+    std::vector<scalar> biquadB() const { return {biquad.getB().begin(), biquad.getB().end()}; }
+    std::vector<scalar> biquadA() const { return {biquad.getA().begin(), biquad.getA().end()}; }
+    std::vector<scalar> firstB() const { return {first.getB().begin(), first.getB().end()}; }
+    std::vector<scalar> firstA() const { return {first.getA().begin(), first.getA().end()}; }
+};
+
+TEST(VolCtrlPropertiesHandler, BelowTheOnsetItIsTheVolumeControlScaledByGain) {
+    HandledFilter f;
+    const auto grid = flatGrid(1001);
+    auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
+    f.biquad.setPropertiesHandler(handler);
+    f.biquad.propertyChanged("Wiper", 0.3f);
+    f.biquad.propertyChanged("Gain", 0.61f);
+    f.biquad.setSampleRate(96000.0f);
+    handler->update(0.0f, 0.5f);
+    VolumeControl control;
+    control.init({{"Wiper", 0.3f}});
+    control.setSampleRate(96000.0f);
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_NEAR(f.biquadB()[i], control.getB()[i] * 0.61f, 1e-6f);
+    }
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_NEAR(f.biquadA()[i], control.getA()[i], 1e-5f);
+    }
+    EXPECT_EQ(messageOf([&] { handler->propertyChanged("Bias", 1.0f); }),
+              "VolCtrlPropertiesHandler: Unknown property Bias");
+}
+
+TEST(VolCtrlPropertiesHandler, GridCurrentLoadsTheWiper) {
+    HandledFilter f;
+    const auto grid = conductingGrid(1001, 0.0f, 1.42f);
+    auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
+    f.biquad.setPropertiesHandler(handler);
+    f.biquad.setSampleRate(96000.0f);
+    handler->update(0.0f, 3.0f);
+    handler->update(0.0f, 4.0f);  // predicts 5 V
+    const double g = 1.0 / (2000.0 / ((5.0 - 1.42) * (5.0 - 1.42)) + 2000.0);
+    expectBilinearOf(f.biquadB(), f.biquadA(), 96000.0,
+                     [&](Complex s) { return volumeNetwork(s, 1.0, g); }, 1e-3);
+}
+
+TEST(VolCtrlPropertiesHandler, SmallChangesOfTheGridKeepTheCoefficients) {
+    HandledFilter f;
+    const auto grid = conductingGrid(1001, 0.0f, 1.42f);
+    auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
+    f.biquad.setPropertiesHandler(handler);
+    f.biquad.setSampleRate(48000.0f);
+    handler->update(0.0f, 5.0f);
+    handler->update(0.0f, 5.0f);
+    const auto standing = f.biquadB();
+    handler->update(0.0f, 5.01f);  // g moves by well under 10 %
+    EXPECT_EQ(f.biquadB(), standing);
+    f.biquad.propertyChanged("Gain", 0.5f);
+    handler->update(0.0f, 5.01f);
+    EXPECT_NE(f.biquadB(), standing) << "a parameter change always recomputes";
+}
+
+TEST(V2V3Coupling, IsTheBilinearTransformOfTheHighPass) {
+    V2V3Coupling coupling;
+    coupling.setSampleRate(192000.0f);
+    expectBilinearOf(coupling.getB(), coupling.getA(), 192000.0,
+                     [](Complex s) { return coupling(s, 1.0 / 220000.0); });
+    EXPECT_EQ(coupling.getB()[1], -coupling.getB()[0]);
+}
+
+TEST(V2V3PropertiesHandler, BelowTheOnsetItIsTheCouplingAndAboveItTheCornerRises) {
+    HandledFilter f;
+    const auto grid = conductingGrid(601, 18.0f, 18.3f);
+    auto handler = std::make_shared<V2V3PropertiesHandler>(&f.first, grid);
+    f.first.setPropertiesHandler(handler);
+    f.first.setSampleRate(96000.0f);
+    handler->update(0.0f, 1.0f);
+    V2V3Coupling reference;
+    reference.setSampleRate(96000.0f);
+    EXPECT_NEAR(f.firstB()[0], reference.getB()[0], 1e-6f);
+    EXPECT_NEAR(f.firstA()[0], reference.getA()[0], 1e-6f);
+
+    handler->update(0.0f, 25.0f);
+    handler->update(0.0f, 27.0f);  // predicts 29 V
+    const double g = 1.0 / (2000.0 / ((29.0 - 18.3) * (29.0 - 18.3)) + 2000.0);
+    expectBilinearOf(f.firstB(), f.firstA(), 96000.0,
+                     [&](Complex s) { return coupling(s, 1.0 / 220000.0 + g); }, 1e-3);
+    const Complex low = std::polar(1.0, 2.0 * std::numbers::pi * 100.0 / 96000.0);
+    EXPECT_LT(std::abs(digital(f.firstB(), f.firstA(), low)),
+              0.5 * std::abs(digital(reference.getB(), reference.getA(), low)))
+        << "grid current blocks the low end";
+}
+
+/// Counts what a calculator is told.
+class CountingCalculator : public WrappedFilterPropertyCalculator {
+public:
+    CountingCalculator() { filter = std::make_shared<nodara::BiQuad>(); }
+    void init(const std::map<std::string, scalar>& values) override { initialValues = values; ++inits; }
+    void propertyChanged(const std::string& name, scalar value) override { changes[name] = value; }
+    void setSampleRate(scalar rate) override { sampleRate = rate; }
+    std::map<std::string, scalar> initialValues, changes;
+    int inits = 0;
+    scalar sampleRate = 0.0f;
+};
+
+TEST(FilterWrapper, KeepsParametersUntilItsCalculatorArrives) {
+    auto context = std::make_shared<nodara::DSPContext>();
+    FilterWrapper wrapper;
+    wrapper.init("VC", {{"PropertyNames", "Wiper|Tone"}, {"Wiper", "1.0"}, {"InputIndex", "0"}}, context);
+    EXPECT_EQ(wrapper.getValues(), (std::map<std::string, scalar>{{"Wiper", 1.0f}})) << "Tone has no key";
+    EXPECT_EQ(messageOf([&] { wrapper.setMaxBlockSize(4); }),
+              "FilterWrapper: VC has no coefficient calculator.");
+    wrapper.propertyChanged("Wiper", 0.25f);
+    auto calculator = std::make_shared<CountingCalculator>();
+    wrapper.setCalculator(calculator);
+    EXPECT_EQ(calculator->initialValues.at("Wiper"), 0.25f);
+    wrapper.propertyChanged("Wiper", 0.5f);
+    EXPECT_EQ(calculator->changes.at("Wiper"), 0.5f);
+    wrapper.setSampleRate(88200.0f);
+    EXPECT_EQ(calculator->sampleRate, 88200.0f);
+    wrapper.setMaxBlockSize(8);
+    EXPECT_EQ(wrapper.getOutput(0), calculator->getFilter()->getOutput(0));
+    EXPECT_EQ(wrapper.getMeta(), nodara::BasicFilterMeta::instance());
+}
+
+TEST(FilterWrapper, WithoutParametersTheCalculatorIsNotInitialised) {
+    auto context = std::make_shared<nodara::DSPContext>();
+    FilterWrapper wrapper;
+    wrapper.init("V2V3", {{"InputIndex", "0"}}, context);
+    auto calculator = std::make_shared<CountingCalculator>();
+    wrapper.setCalculator(calculator);
+    EXPECT_EQ(calculator->inits, 0);
+}
+
+TEST(TorvaneFactory, MakesWrappersAndRefusesOtherTypes) {
+    TorvaneFactory factory;
+    EXPECT_TRUE(factory.hasType("FilterWrapper"));
+    EXPECT_FALSE(factory.hasType("Gain"));
+    std::unique_ptr<nodara::Filter> wrapper(factory.create("FilterWrapper"));
+    EXPECT_NE(dynamic_cast<FilterWrapper*>(wrapper.get()), nullptr);
+    EXPECT_EQ(messageOf([&] { factory.create("Newt"); }), "Unknown element type: Newt");
+}
+
+} // namespace
+} // namespace torvane
