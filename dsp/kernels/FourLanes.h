@@ -18,23 +18,32 @@ struct FourLanes {
     static FourLanes broadcast(scalar value) { return {_mm_set1_ps(value)}; }
     static FourLanes load(const scalar* p) { return {_mm_loadu_ps(p)}; }
 
-    // SSE has no masked load, so the tail goes through a padded copy; nothing past p + count
-    // is read.
+    // SSE has no masked load: the tail is put together from single and paired loads, so nothing
+    // past p + count is read and no store is forwarded to a wide load.
     static FourLanes loadFirst(const scalar* p, int32 count) {
-        alignas(16) scalar padded[width] = {};
-        for (int32 i = 0; i < count; ++i) {
-            padded[i] = p[i];
+        switch (count) {
+        case 1:
+            return {_mm_load_ss(p)};
+        case 2:
+            return {loadPair(p)};
+        case 3:
+            return {_mm_movelh_ps(loadPair(p), _mm_load_ss(p + 2))};
+        default:
+            return zero();
         }
-        return {_mm_load_ps(padded)};
     }
 
     void store(scalar* p) const { _mm_storeu_ps(p, v); }
 
     void storeFirst(scalar* p, int32 count) const {
-        alignas(16) scalar lanes[width];
-        _mm_store_ps(lanes, v);
-        for (int32 i = 0; i < count; ++i) {
-            p[i] = lanes[i];
+        if (count >= 2) {
+            _mm_storel_pi(reinterpret_cast<__m64*>(p), v);
+        }
+        if (count == 1) {
+            _mm_store_ss(p, v);
+        }
+        if (count == 3) {
+            _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
         }
     }
 
@@ -61,9 +70,16 @@ struct FourLanes {
 
     int32 equalMask(FourLanes other) const { return _mm_movemask_ps(_mm_cmpeq_ps(v, other.v)); }
 
+    /// The hardware's approximate reciprocal refined by one Newton step: r0·(2 − d·r0).
     static scalar reciprocal(scalar d) {
         const scalar r0 = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(d)));
         return r0 * (2.0f - d * r0);
+    }
+
+private:
+    /// Two floats into the low lanes, zeros above.
+    static __m128 loadPair(const scalar* p) {
+        return _mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(p));
     }
 };
 

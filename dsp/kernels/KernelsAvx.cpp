@@ -59,6 +59,7 @@ struct EightLanes {
         return _mm256_movemask_ps(_mm256_cmp_ps(v, other.v, _CMP_EQ_OQ));
     }
 
+    /// The hardware's approximate reciprocal refined by one Newton step: r0·(2 − d·r0).
     static scalar reciprocal(scalar d) {
         const scalar r0 = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(d)));
         return r0 * (2.0f - d * r0);

@@ -10,8 +10,9 @@
 namespace nodara::kernels {
 namespace {
 
-// Whole gangs of 4 and 8, tails of every size, and a long run.
-const std::vector<int32> lengths = {0, 1, 3, 7, 8, 13, 813};
+// Whole gangs of 4 and 8, tails of 1 to 3 frames for 4 lanes and of 1, 2, 3, 5, 6, 7 for 8,
+// and a long run.
+const std::vector<int32> lengths = {0, 1, 2, 3, 6, 7, 8, 13, 813};
 
 // Arrays start one float into their buffer, so they are misaligned for every lane width, and
 // end with a guard region that no kernel may write.
