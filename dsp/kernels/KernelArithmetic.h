@@ -44,6 +44,9 @@ scalar dot(const scalar* a, const scalar* b, int32 n) {
         sums = sums + Lanes::load(a + i) * Lanes::load(b + i);
     }
     const int32 rest = n - whole;
+    if (rest <= 0) {
+        return sums.total();
+    }
     const Lanes tail = Lanes::loadFirst(a + whole, rest) * Lanes::loadFirst(b + whole, rest);
     return sums.total() + tail.total();
 }
