@@ -8,7 +8,6 @@
 #include <bit>
 #include <cstdint>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace nodara::kernels {
@@ -21,25 +20,21 @@ protected:
             GTEST_SKIP() << GetParam()->name << " is beyond this processor";
         }
     }
-
     const KernelBuild& build() const { return *GetParam(); }
 };
 
 inline auto vectorBuilds() { return ::testing::Values(&sse2Build, &sse4Build, &avxBuild); }
-
 inline auto allBuilds() {
     return ::testing::Values(&referenceBuild, &sse2Build, &sse4Build, &avxBuild);
 }
-
 inline std::string buildName(const ::testing::TestParamInfo<const KernelBuild*>& info) {
     return info.param->name;
 }
 
-/// Uniform values in [low, high] from a fixed seed.
-inline std::vector<scalar> randomValues(std::size_t count, unsigned seed, scalar low = -1.0f,
-                                        scalar high = 1.0f) {
+/// Uniform values in [−1, 1] from a fixed seed.
+inline std::vector<scalar> randomValues(std::size_t count, unsigned seed) {
     std::mt19937 generator(seed);
-    std::uniform_real_distribution<scalar> distribution(low, high);
+    std::uniform_real_distribution<scalar> distribution(-1.0f, 1.0f);
     std::vector<scalar> values(count);
     for (scalar& value : values) {
         value = distribution(generator);
