@@ -1,0 +1,14 @@
+#include "dsp/kernels/FourLanes.h"
+#include "dsp/kernels/InstructionSet.h"
+#include "dsp/kernels/KernelArithmetic.h"
+
+namespace nodara::kernels {
+
+namespace {
+struct Sse4Tag {};
+} // namespace
+
+constinit const KernelBuild sse4Build =
+    arithmetic::buildOver<FourLanes<Sse4Tag>>("SSE4", levelSse4);
+
+} // namespace nodara::kernels
