@@ -1,0 +1,21 @@
+#pragma once
+
+#include "plugin/AudioEffect.h"
+
+#include <string_view>
+
+namespace torvane {
+
+/// Sets flush-to-zero and denormals-are-zero on the calling thread, parses the amplifier
+/// document into a driver and builds the effect around it. A document fault leaves as a plain
+/// NodaraException; the exported entry point turns it into a null effect.
+AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster);
+/// The same with another document, so that start-up faults can be tried.
+AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster, std::string_view document);
+
+} // namespace torvane
+
+extern "C" {
+/// The module's entry point: null without a usable host or when start-up fails.
+__attribute__((visibility("default"))) vst2::AEffect* VSTPluginMain(vst2::AudioMasterCallback audioMaster);
+}

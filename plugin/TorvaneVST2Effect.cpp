@@ -1,0 +1,142 @@
+#include "plugin/TorvaneVST2Effect.h"
+
+#include "amp/Amplifier.h"
+#include "runtime/Exceptions.h"
+
+#include <cstring>
+#include <xmmintrin.h>
+
+namespace torvane {
+
+namespace {
+
+constexpr unsigned flushToZero = 0x8000;
+constexpr unsigned denormalsAreZero = 0x0040;
+
+/// Denormals cost hundreds of cycles in the recursive filters' tails: flush them for the block
+/// and give the host its own settings back afterwards.
+class DenormalGuard {
+public:
+    DenormalGuard() : saved(_mm_getcsr()) { _mm_setcsr(saved | flushToZero | denormalsAreZero); }
+    ~DenormalGuard() { _mm_setcsr(saved); }
+    DenormalGuard(const DenormalGuard&) = delete;
+    DenormalGuard& operator=(const DenormalGuard&) = delete;
+
+private:
+    unsigned saved;
+};
+
+} // namespace
+
+TorvaneVST2Effect::TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster,
+                                     const std::shared_ptr<nodara::Driver>& driver)
+    : AudioEffectX(audioMaster, 1, static_cast<vst2::VstInt32>(driver->getControls()->size())),
+      driver(driver), controls(driver->getControls()) {
+    setUpAmplifier(*driver);
+    setUniqueID(vst2::fourCharacters('m', '5', '1', 'r'));
+    setNumInputs(2);
+    setNumOutputs(2);
+    canDoubleReplacing(false);
+    installValueMaps(controls);
+    for (const auto& control : *controls) {
+        if (control->getName() == "Stereo") {
+            monoMode = control->getValue() < 0.5f;
+        }
+    }
+}
+
+void TorvaneVST2Effect::open() { changed = true; }
+
+void TorvaneVST2Effect::suspend() { driver->setSuspended(true); }
+
+void TorvaneVST2Effect::resume() {
+    driver->setSuspended(false);
+    changed = true;
+}
+
+void TorvaneVST2Effect::setSampleRate(float rate) {
+    AudioEffectX::setSampleRate(rate);
+    driver->setSampleRate(rate);
+    changed = true;
+}
+
+void TorvaneVST2Effect::setBlockSize(vst2::VstInt32 frames) {
+    AudioEffectX::setBlockSize(frames);
+    driver->setMaxBlockSize(frames);
+}
+
+void TorvaneVST2Effect::processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) {
+    DenormalGuard guard;
+    try {
+        runBlock(inputs, outputs, frames);
+    } catch (const nodara::NodaraException& error) {
+        throw nodara::NodaraException(error.getMessage());
+    } catch (...) {
+        // Anything else is dropped: the outputs keep what stood in them.
+    }
+}
+
+// Only the first chain is heard in mono; the second stands bypassed then and costs a copy.
+void TorvaneVST2Effect::runBlock(float** inputs, float** outputs, vst2::VstInt32 frames) {
+    if (inputs == nullptr || outputs == nullptr || inputs[0] == nullptr || outputs[0] == nullptr) {
+        throw nodara::NodaraException("TorvaneVST2Effect: the host gave no audio buffers.");
+    }
+    const bool mono = monoBus.load() || monoMode.load();
+    driverInputs[0] = inputs[0];
+    driverInputs[1] = inputs[1] != nullptr && inputs[1] != inputs[0] && !mono ? inputs[1] : inputs[0];
+    driver->process(driverInputs, frames);
+    if (frames <= 0) {
+        return;
+    }
+    const auto bytes = static_cast<size_t>(frames) * sizeof(float);
+    const auto& produced = *driver->getOutputs();
+    std::memcpy(outputs[0], produced[0], bytes);
+    if (outputs[1] != nullptr && outputs[1] != outputs[0]) {
+        std::memcpy(outputs[1], mono ? outputs[0] : produced[1], bytes);
+    }
+}
+
+bool TorvaneVST2Effect::validIndex(vst2::VstInt32 index) const {
+    return index >= 0 && static_cast<size_t>(index) < controls->size();
+}
+
+void TorvaneVST2Effect::setParameter(vst2::VstInt32 index, float value) {
+    if (!validIndex(index)) {
+        return;
+    }
+    auto& control = *(*controls)[static_cast<size_t>(index)];
+    control.setValue(value);
+    if (control.getName() == "Stereo") {
+        monoMode = value < 0.5f;
+    }
+}
+
+float TorvaneVST2Effect::getParameter(vst2::VstInt32 index) {
+    return validIndex(index) ? (*controls)[static_cast<size_t>(index)]->getValue() : 0.0f;
+}
+
+void TorvaneVST2Effect::getParameterName(vst2::VstInt32 index, char* text) {
+    if (validIndex(index)) {
+        std::strncpy(text, (*controls)[static_cast<size_t>(index)]->getDisplayName().c_str(),
+                     vst2::kVstMaxParamStrLen);
+    }
+}
+
+bool TorvaneVST2Effect::setSpeakerArrangement(vst2::VstSpeakerArrangement* input,
+                                              vst2::VstSpeakerArrangement* output) {
+    if (input != nullptr && output != nullptr) {
+        if (input->numChannels == 1 && output->numChannels == 1) {
+            monoBus = true;
+        } else if (input->numChannels == 2 && output->numChannels == 2) {
+            monoBus = false;
+        }
+    }
+    return true;
+}
+
+bool TorvaneVST2Effect::getVendorString(char* text) {
+    copyString(text, "Quillon Audio", vst2::kVstMaxVendorStrLen);
+    return true;
+}
+
+} // namespace torvane

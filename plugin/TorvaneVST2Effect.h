@@ -1,0 +1,60 @@
+#pragma once
+
+#include "plugin/AudioEffectX.h"
+#include "runtime/Driver.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace torvane {
+
+/// The effect a host talks to: a thin shell around the amplifier's `Driver`. It forwards the
+/// life-cycle calls, exposes each control as a parameter, handles mono and stereo buses, and
+/// passes audio blocks. Everything that sounds is in the system document.
+///
+/// Threads: `processReplacing` on the audio thread; `setParameter` and `getParameter` from any
+/// thread (a control's writer waits, the audio thread only tries); `setSampleRate` and
+/// `setBlockSize` only while suspended, as hosts do.
+class TorvaneVST2Effect : public AudioEffectX {
+public:
+    /// Sets the amplifier up on `driver` (networks, tables, cabinet, value maps).
+    TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster, const std::shared_ptr<nodara::Driver>& driver);
+
+    void open() override;
+    void suspend() override;
+    void resume() override;
+    void setSampleRate(float rate) override;
+    void setBlockSize(vst2::VstInt32 frames) override;
+    /// Throws the driver's failures as plain NodaraException (for example a block while
+    /// suspended); the C entry point turns them into silence.
+    void processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) override;
+    void setParameter(vst2::VstInt32 index, float value) override;
+    float getParameter(vst2::VstInt32 index) override;
+    /// The control's display name, cut to 8 bytes with no terminator added.
+    void getParameterName(vst2::VstInt32 index, char* text) override;
+    bool setSpeakerArrangement(vst2::VstSpeakerArrangement* input,
+                               vst2::VstSpeakerArrangement* output) override;
+    bool getVendorString(char* text) override;
+    vst2::VstInt32 getVendorVersion() override { return 1100; }
+    bool canParameterBeAutomated(vst2::VstInt32) override { return true; }
+
+    bool isMonoBus() const { return monoBus.load(); }
+    bool isMonoMode() const { return monoMode.load(); }
+    const std::shared_ptr<nodara::Driver>& getDriver() const { return driver; }
+
+private:
+    bool validIndex(vst2::VstInt32 index) const;
+    void runBlock(float** inputs, float** outputs, vst2::VstInt32 frames);
+
+    std::atomic<bool> changed{true};
+    /// The host gave one input and one output.
+    std::atomic<bool> monoBus{false};
+    /// The Stereo control is below 0.5.
+    std::atomic<bool> monoMode{true};
+    std::shared_ptr<nodara::Driver> driver;
+    nodara::Driver::ControlList controls;
+    std::vector<nodara::scalar*> driverInputs{nullptr, nullptr};
+};
+
+} // namespace torvane

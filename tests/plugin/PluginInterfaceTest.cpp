@@ -1,0 +1,203 @@
+#include "support/LoadedPlugin.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <thread>
+
+namespace nodara::testing {
+namespace {
+
+std::vector<float> guitarLike(size_t frames, int rate) {
+    std::vector<float> signal(frames);
+    for (size_t i = 0; i < frames; ++i) {
+        const double t = static_cast<double>(i) / rate;
+        signal[i] = static_cast<float>(0.3 * std::sin(2 * M_PI * 196.0 * t) * std::exp(-2.0 * t) +
+                                       0.1 * std::sin(2 * M_PI * 392.0 * t));
+    }
+    return signal;
+}
+
+TEST(PluginInterface, ExportsOnlyItsEntryPoints) {
+    const auto symbols = scratch() / "symbols.txt";
+    ASSERT_EQ(std::system(("nm -D --defined-only " + buildDirectory() + "/Torvane.so | awk '{print $3}' > " +
+                           symbols.string()).c_str()),
+              0);
+    EXPECT_EQ(readAll(symbols), "VSTPluginMain\nmain\n");
+}
+
+TEST(PluginInterface, TellsItsIdentity) {
+    LoadedPlugin plugin;
+    ASSERT_NE(plugin.alias, nullptr);
+    Effect effect(plugin);
+    const vst2::AEffect& record = *effect.effect;
+    EXPECT_EQ(record.magic, vst2::effectMagic);
+    EXPECT_EQ(record.uniqueID, 0x6d353172);
+    EXPECT_EQ(record.numParams, 8);
+    EXPECT_EQ(record.numPrograms, 1);
+    EXPECT_EQ(record.numInputs, 2);
+    EXPECT_EQ(record.numOutputs, 2);
+    EXPECT_EQ(record.version, 1);
+    EXPECT_EQ(record.initialDelay, 0);
+    EXPECT_FLOAT_EQ(record.ioRatio, 1.0f);
+    EXPECT_TRUE(record.flags & vst2::effFlagsCanReplacing);
+    EXPECT_FALSE(record.flags & vst2::effFlagsCanDoubleReplacing);
+    EXPECT_FALSE(record.flags & vst2::effFlagsHasEditor);
+    char text[65] = {};
+    EXPECT_EQ(effect.call(vst2::effGetVendorString, 0, 0, text), 1);
+    EXPECT_STREQ(text, "Quillon Audio");
+    EXPECT_EQ(effect.call(vst2::effGetVendorVersion), 1100);
+    EXPECT_EQ(effect.call(vst2::effGetVstVersion), 2400);
+    EXPECT_EQ(effect.call(vst2::effGetEffectName, 0, 0, text), 0);
+    EXPECT_EQ(effect.call(vst2::effGetProductString, 0, 0, text), 0);
+    EXPECT_EQ(effect.call(vst2::effCanDo, 0, 0, const_cast<char*>("receiveVstMidiEvent")), 0);
+    EXPECT_EQ(effect.call(vst2::effCanBeAutomated, 3), 1);
+    EXPECT_EQ(effect.call(vst2::effSetBypass, 0, 1), 0);
+    EXPECT_EQ(effect.call(vst2::effGetTailSize), 0);
+    EXPECT_EQ(effect.call(vst2::effGetPlugCategory), 0);
+    void* chunk = nullptr;
+    EXPECT_EQ(effect.call(vst2::effGetChunk, 0, 0, &chunk), 0);
+}
+
+TEST(PluginInterface, ParameterNamesAreEightBytesWithNoTerminatorAdded) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    const char* expected[] = {"Volume", "Feedback", "Output", "Oversamp", "Cabinet", "CPU", "Input", "Stereo"};
+    for (int i = 0; i < 8; ++i) {
+        char name[12];
+        std::memset(name, 'X', sizeof name);
+        effect.call(vst2::effGetParamName, i, 0, name);
+        EXPECT_EQ(std::string(name, strnlen(name, 8)), expected[i]);
+        EXPECT_EQ(name[8], 'X') << "nothing is written past 8 bytes";
+    }
+    char untouched[12] = "unchanged";
+    effect.call(vst2::effGetParamName, 8, 0, untouched);
+    EXPECT_STREQ(untouched, "unchanged");
+}
+
+TEST(PluginInterface, ParametersKeepTheirHostValuesAndIgnoreBadIndices) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    const float defaults[] = {0.5f, 1.0f, 0.5f, 0.5f, 1.0f, 0.0f, 0.5f, 0.0f};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_FLOAT_EQ(effect.effect->getParameter(effect.effect, i), defaults[i]) << i;
+    }
+    effect.effect->setParameter(effect.effect, 0, 0.8f);
+    EXPECT_FLOAT_EQ(effect.effect->getParameter(effect.effect, 0), 0.8f) << "the unmapped value";
+    effect.effect->setParameter(effect.effect, 8, 0.3f);
+    effect.effect->setParameter(effect.effect, -1, 0.3f);
+    EXPECT_FLOAT_EQ(effect.effect->getParameter(effect.effect, 8), 0.0f);
+}
+
+TEST(PluginInterface, MonoBusesHearTheFirstChainOnBothOutputs) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    effect.arrange(1);
+    effect.start(48000.0f, 256);
+    const auto input = guitarLike(256 * 20, 48000);
+    std::vector<float> left(256), right(256);
+    float peak = 0.0f;
+    for (size_t block = 0; block < 20; ++block) {
+        float* in = const_cast<float*>(input.data()) + block * 256;
+        effect.process(in, nullptr, left.data(), right.data(), 256);
+        EXPECT_EQ(left, right);
+        for (float v : left) {
+            ASSERT_TRUE(std::isfinite(v));
+            peak = std::max(peak, std::fabs(v));
+        }
+    }
+    EXPECT_GT(peak, 1e-4f) << "the amplifier sounds";
+    effect.process(const_cast<float*>(input.data()), nullptr, left.data(), nullptr, 256);
+}
+
+TEST(PluginInterface, StereoMakesTheSecondChannelItsOwn) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    effect.arrange(2);
+    effect.start(48000.0f, 128);
+    effect.effect->setParameter(effect.effect, 7, 1.0f);
+    const auto left = guitarLike(128 * 30, 48000);
+    std::vector<float> right(left.size(), 0.0f), outLeft(128), outRight(128);
+    float rightPeak = 0.0f;
+    for (size_t block = 0; block < 30; ++block) {
+        effect.process(const_cast<float*>(left.data()) + block * 128, right.data() + block * 128,
+                       outLeft.data(), outRight.data(), 128);
+        for (float v : outRight) {
+            rightPeak = std::max(rightPeak, std::fabs(v));
+        }
+    }
+    EXPECT_LT(rightPeak, 1e-6f) << "a silent right input stays silent in stereo";
+
+    effect.process(const_cast<float*>(left.data()), const_cast<float*>(left.data()), outLeft.data(),
+                   outRight.data(), 128);
+    EXPECT_EQ(outLeft, outRight) << "one buffer for both inputs: both chains read it";
+}
+
+TEST(PluginInterface, BlocksWhileSuspendedAreSilenceAndStateSurvivesResume) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    effect.start(44100.0f, 64);
+    const auto input = guitarLike(64, 44100);
+    std::vector<float> left(64, 1.0f), right(64, 1.0f);
+    effect.call(vst2::effMainsChanged, 0, 0);
+    effect.process(const_cast<float*>(input.data()), nullptr, left.data(), right.data(), 64);
+    EXPECT_EQ(left, std::vector<float>(64, 0.0f));
+    EXPECT_EQ(right, std::vector<float>(64, 0.0f));
+    effect.call(vst2::effMainsChanged, 0, 1);
+    effect.process(const_cast<float*>(input.data()), nullptr, left.data(), right.data(), 64);
+    for (float v : left) {
+        ASSERT_TRUE(std::isfinite(v));
+    }
+}
+
+TEST(PluginInterface, SurvivesAScanWithoutRateOrBlockSize) {
+    LoadedPlugin plugin;
+    vst2::AEffect* record = plugin.entry(versionHost);
+    ASSERT_NE(record, nullptr);
+    char text[65] = {};
+    record->dispatcher(record, vst2::effOpen, 0, 0, nullptr, 0.0f);
+    record->dispatcher(record, vst2::effGetVstVersion, 0, 0, nullptr, 0.0f);
+    record->dispatcher(record, vst2::effGetEffectName, 0, 0, text, 0.0f);
+    record->dispatcher(record, vst2::effGetProductString, 0, 0, text, 0.0f);
+    record->dispatcher(record, vst2::effGetVendorString, 0, 0, text, 0.0f);
+    record->dispatcher(record, vst2::effGetPlugCategory, 0, 0, nullptr, 0.0f);
+    for (const char* capability : {"sendVstEvents", "receiveVstMidiEvent", "plugAsChannelInsert"}) {
+        record->dispatcher(record, vst2::effCanDo, 0, 0, const_cast<char*>(capability), 0.0f);
+    }
+    record->dispatcher(record, vst2::effMainsChanged, 0, 0, nullptr, 0.0f);
+    EXPECT_EQ(record->dispatcher(record, vst2::effClose, 0, 0, nullptr, 0.0f), 1);
+}
+
+TEST(PluginInterface, NoHostNoEffect) {
+    LoadedPlugin plugin;
+    EXPECT_EQ(plugin.entry(absentHost), nullptr);
+    EXPECT_EQ(plugin.entry(nullptr), nullptr);
+}
+
+TEST(PluginInterface, HostThreadsMayWriteParametersWhileAudioRuns) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    effect.start(48000.0f, 8192);
+    std::atomic<bool> running{true};
+    std::thread writer([&] {
+        for (int i = 0; running; ++i) {
+            effect.effect->setParameter(effect.effect, i % 8, static_cast<float>(i % 3) * 0.5f);
+            effect.effect->getParameter(effect.effect, (i + 3) % 8);
+        }
+    });
+    const auto input = guitarLike(8192, 48000);
+    std::vector<float> left(8192), right(8192);
+    for (int block = 0; block < 6; ++block) {
+        effect.process(const_cast<float*>(input.data()), nullptr, left.data(), right.data(), 8192);
+        for (float v : left) {
+            ASSERT_TRUE(std::isfinite(v));
+        }
+    }
+    running = false;
+    writer.join();
+}
+
+} // namespace
+} // namespace nodara::testing
