@@ -25,5 +25,14 @@ bench: build
 demo: build
 	./scripts/demo.sh $(BUILD_DIR)
 
+# The data generators of tools/generators/: each is run as `GENERATOR OUTPUT_DIR` and writes
+# the tables that are committed in $(TABLES_DIR) and compiled into the plug-in.
+GENERATORS ?= tubetables
+TABLES_DIR ?= amp/data
+
+tables: configure
+	cmake --build $(BUILD_DIR) --target $(GENERATORS) -j$(JOBS)
+	for generator in $(GENERATORS); do $(BUILD_DIR)/generators/$$generator $(TABLES_DIR) || exit 1; done
+
 clean:
 	rm -rf $(BUILD_DIR)

@@ -1,0 +1,266 @@
+// The committed tube tables: their sizes, the reference points the amplifier is voiced to, their
+// shapes and smoothness, and that the generator reproduces them byte for byte.
+
+#include "tools/generators/TableFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <iterator>
+#include "support/Tool.h"
+
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using torvane::generators::readFloat32File;
+using torvane::generators::TableGrid;
+
+std::filesystem::path dataDirectory() {
+    return std::filesystem::path(nodara::testing::sourceDirectory()) / "amp" / "data";
+}
+
+const std::map<std::string, TableGrid>& tableGrids() {
+    static const std::map<std::string, TableGrid> grids = {
+        {"V1", {-8.0, 8.0, 0.01}},          {"V2.lowCPU", {-8.0, 100.0, 0.02}},
+        {"V2.full", {-8.0, 80.0, 0.02}},    {"V3.lowCPU", {-40.0, 100.0, 0.01}},
+        {"V3.full", {-40.0, 100.0, 0.01}},  {"grid.V2V3", {18.0, 30.0, 0.02}},
+        {"grid.VolumeControl", {0.0, 20.0, 0.02}},
+    };
+    return grids;
+}
+
+/// A committed table, read once.
+struct Table {
+    TableGrid grid;
+    std::vector<float> values;
+
+    double at(double vin) const { return values.at(grid.indexOf(vin)); }
+    double lowest() const { return *std::min_element(values.begin(), values.end()); }
+    std::size_t indexOfLowest() const {
+        return static_cast<std::size_t>(std::min_element(values.begin(), values.end()) -
+                                        values.begin());
+    }
+};
+
+const Table& table(const std::string& name) {
+    static std::map<std::string, Table> cache;
+    auto found = cache.find(name);
+    if (found == cache.end()) {
+        const Table loaded{tableGrids().at(name), readFloat32File(dataDirectory() / (name + ".f32"))};
+        found = cache.emplace(name, loaded).first;
+    }
+    return found->second;
+}
+
+struct ReferencePoint {
+    const char* table;
+    double vin;
+    double value;
+};
+
+void expectWithin(double tolerance, const std::vector<ReferencePoint>& points) {
+    for (const ReferencePoint& point : points) {
+        SCOPED_TRACE(std::string(point.table) + " at " + std::to_string(point.vin) + " V");
+        EXPECT_NEAR(table(point.table).at(point.vin), point.value, tolerance * std::abs(point.value));
+    }
+}
+
+/// The spacing of floats at `value`: the rounding step of a stored entry.
+double floatStep(double value) {
+    const float magnitude = std::abs(static_cast<float>(value));
+    return std::nextafter(magnitude, INFINITY) - magnitude;
+}
+
+/// Every second difference lies in line with those two entries away on either side: it departs
+/// from their mean by no more than the larger of them, plus what rounding to float can add
+/// (`roundingSteps` float steps of the local value). A kink or a step concentrates its second
+/// differences within one or two entries and fails; a curvature that changes quickly but
+/// steadily, as where a grid starts to conduct, passes.
+void expectSmooth(const std::vector<double>& y, double roundingSteps, const std::string& what) {
+    std::vector<double> second(y.size() - 2);
+    for (std::size_t i = 0; i < second.size(); ++i)
+        second[i] = y[i + 2] - 2.0 * y[i + 1] + y[i];
+    int failures = 0;
+    for (std::size_t i = 2; i + 2 < second.size() && failures < 5; ++i) {
+        const double departure = std::abs(second[i] - 0.5 * (second[i - 2] + second[i + 2]));
+        const double allowed = std::max(std::abs(second[i - 2]), std::abs(second[i + 2])) +
+                               roundingSteps * floatStep(y[i + 1]);
+        if (departure > allowed) {
+            ++failures;
+            ADD_FAILURE() << what << ": second difference out of line at entry " << i + 1
+                          << ": " << second[i - 2] << ", " << second[i] << ", " << second[i + 2];
+        }
+    }
+}
+
+const char* const stageCurves[] = {"V1", "V2.lowCPU", "V2.full", "V3.lowCPU", "V3.full"};
+
+TEST(TubeTables, EachTableHasOneValuePerInputStep) {
+    const std::map<std::string, std::size_t> counts = {
+        {"V1", 1601},       {"V2.lowCPU", 5401}, {"V2.full", 4401},
+        {"V3.lowCPU", 14001}, {"V3.full", 14001}, {"grid.V2V3", 601},
+        {"grid.VolumeControl", 1001},
+    };
+    for (const auto& [name, count] : counts)
+        EXPECT_EQ(table(name).values.size(), count) << name;
+}
+
+TEST(TubeTables, StageCurvesMeetEveryReferencePointWithinTwoPercent) {
+    expectWithin(0.02, {
+        {"V1", -8, 260.0},         {"V1", -2, 255.121},        {"V1", -1, 228.575},
+        {"V1", 0, 176.687},        {"V1", 1, 116.129},         {"V1", 2, 99.665},
+        {"V1", 5, 92.899},         {"V1", 8, 92.90},
+        {"V2.lowCPU", -8, 260.0},  {"V2.lowCPU", -2, 233.787}, {"V2.lowCPU", -1, 207.100},
+        {"V2.lowCPU", 0, 176.687}, {"V2.lowCPU", 1, 144.203},  {"V2.lowCPU", 2, 115.295},
+        {"V2.lowCPU", 5, 93.857},  {"V2.lowCPU", 100, 96.26},
+        {"V2.full", -8, 260.0},    {"V2.full", -2, 233.787},   {"V2.full", -1, 207.100},
+        {"V2.full", 0, 176.687},   {"V2.full", 1, 144.203},    {"V2.full", 2, 114.701},
+        {"V2.full", 5, 94.891},    {"V2.full", 80, 137.53},
+        {"V3.lowCPU", -40, 599.08}, {"V3.lowCPU", -2, 374.650}, {"V3.lowCPU", -1, 350.740},
+        {"V3.lowCPU", 0, 325.515}, {"V3.lowCPU", 1, 299.161},  {"V3.lowCPU", 2, 271.957},
+        {"V3.lowCPU", 5, 189.791}, {"V3.lowCPU", 30, 47.169},  {"V3.lowCPU", 100, 42.82},
+        {"V3.full", -40, 599.08},  {"V3.full", -2, 374.650},   {"V3.full", -1, 350.740},
+        {"V3.full", 0, 325.515},   {"V3.full", 1, 299.161},    {"V3.full", 2, 271.957},
+        {"V3.full", 5, 189.791},   {"V3.full", 30, 34.947},    {"V3.full", 100, -30.29},
+    });
+}
+
+TEST(TubeTables, LowestValuesWithinTwoPercent) {
+    const std::map<std::string, double> lowest = {
+        {"V1", 92.899},       {"V2.lowCPU", 93.844}, {"V2.full", 94.065},
+        {"V3.lowCPU", 42.822}, {"V3.full", -30.288},
+    };
+    for (const auto& [name, value] : lowest)
+        EXPECT_NEAR(table(name).lowest(), value, 0.02 * std::abs(value)) << name;
+}
+
+TEST(TubeTables, GridResistancesWithinTwentyPercentOfTheReferencePoints) {
+    expectWithin(0.20, {
+        {"grid.V2V3", 18.5, 922977},         {"grid.V2V3", 19.3, 87386},
+        {"grid.V2V3", 22.3, 12658},          {"grid.V2V3", 29.18, 3695},
+        {"grid.VolumeControl", 1.62, 76580}, {"grid.VolumeControl", 2.42, 15279},
+        {"grid.VolumeControl", 5.42, 4529},  {"grid.VolumeControl", 19.42, 2617},
+    });
+}
+
+TEST(TubeTables, GridCurvesHoldTenGigohmsUpToTheOnsetAndFallAfterIt) {
+    const std::map<std::string, double> onsets = {{"grid.V2V3", 18.30},
+                                                  {"grid.VolumeControl", 1.42}};
+    for (const auto& [name, onset] : onsets) {
+        const Table& curve = table(name);
+        const std::size_t atOnset = curve.grid.indexOf(onset);
+        for (std::size_t i = 0; i <= atOnset; ++i)
+            ASSERT_EQ(curve.values[i], 1e10f) << name << " entry " << i;
+        for (std::size_t i = atOnset; i + 1 < curve.values.size(); ++i)
+            ASSERT_LT(curve.values[i + 1], curve.values[i]) << name << " entry " << i + 1;
+    }
+}
+
+TEST(TubeTables, LowCpuCurvesFallToTheirLowestPoint) {
+    // Nowhere before its lowest point does a curve rise, and every step falls except at cut-off
+    // (values at the supply) and where the grid clamp has flattened the curve onto its floor.
+    for (const char* name : {"V1", "V2.lowCPU", "V3.lowCPU"}) {
+        const std::vector<float>& v = table(name).values;
+        const std::size_t lowest = table(name).indexOfLowest();
+        for (std::size_t i = 0; i < lowest; ++i) {
+            ASSERT_LE(v[i + 1], v[i]) << name << " rises at entry " << i + 1;
+            const bool clipped = v[i] > v.front() - 0.01f || v[i + 1] < v[lowest] + 0.01f;
+            if (!clipped) {
+                ASSERT_LT(v[i + 1], v[i]) << name << " stalls at entry " << i + 1;
+            }
+        }
+    }
+    EXPECT_EQ(table("V1").values.back(), table("V1").lowest());
+    EXPECT_EQ(table("V3.lowCPU").values.back(), table("V3.lowCPU").lowest());
+}
+
+TEST(TubeTables, SecondStageFloorRisesGentlyAsItsCathodeCarriesGridCurrent) {
+    const Table& second = table("V2.lowCPU");
+    for (std::size_t i = second.indexOfLowest(); i + 1 < second.values.size(); ++i)
+        ASSERT_GE(second.values[i + 1], second.values[i]) << "entry " << i + 1;
+    EXPECT_LT(second.values.back(), 1.03 * second.lowest());
+}
+
+TEST(TubeTables, FullCurvesFoldBackUnderGridCurrent) {
+    const Table& secondFull = table("V2.full");
+    const std::size_t lowestAt = secondFull.indexOfLowest();
+    EXPECT_GT(secondFull.grid.vinAt(lowestAt), 2.0);
+    EXPECT_LT(secondFull.grid.vinAt(lowestAt), 5.0);
+    for (std::size_t i = lowestAt; i + 1 < secondFull.values.size(); ++i)
+        ASSERT_GT(secondFull.values[i + 1], secondFull.values[i]) << "V2.full entry " << i + 1;
+    EXPECT_NEAR(table("V2.lowCPU").at(80), 95.0, 0.02 * 95.0);
+
+    const std::vector<float>& outputFull = table("V3.full").values;
+    for (std::size_t i = 0; i + 1 < outputFull.size(); ++i)
+        ASSERT_LT(outputFull[i + 1], outputFull[i]) << "V3.full entry " << i + 1;
+    EXPECT_GT(table("V3.full").at(30), 0.0);
+    EXPECT_LT(table("V3.full").at(100), 0.0);
+    EXPECT_GT(table("V3.lowCPU").lowest(), 40.0);
+}
+
+TEST(TubeTables, VariantsAreIdenticalUntilTheGridConducts) {
+    const auto identicalUpTo = [](const char* low, const char* full, double vin) {
+        const Table& a = table(low);
+        const Table& b = table(full);
+        for (std::size_t i = 0; i <= a.grid.indexOf(vin); ++i)
+            ASSERT_EQ(a.values[i], b.values[i]) << full << " entry " << i;
+    };
+    identicalUpTo("V2.lowCPU", "V2.full", 1.0);
+    identicalUpTo("V3.lowCPU", "V3.full", 10.0);
+}
+
+TEST(TubeTables, StageCurvesAreSmooth) {
+    for (const char* name : stageCurves) {
+        const std::vector<float>& values = table(name).values;
+        // A stored value is off by at most half a float step; a departure weighs seven values
+        // with weights summing to 6.
+        expectSmooth({values.begin(), values.end()}, 3.0, name);
+    }
+}
+
+TEST(TubeTables, GridConductancesAreSmoothOnceConducting) {
+    for (const char* name : {"grid.V2V3", "grid.VolumeControl"}) {
+        const std::vector<float>& resistance = table(name).values;
+        const auto firstConducting = std::find_if(resistance.begin(), resistance.end(),
+                                                  [](float r) { return r < 1e10f; });
+        // From the second conducting entry on: the first one bends out of zero conductance.
+        std::vector<double> conductance;
+        for (auto r = std::next(firstConducting); r != resistance.end(); ++r)
+            conductance.push_back(1.0 / *r);
+        // Each conductance inherits up to one float step from its stored resistance.
+        expectSmooth(conductance, 6.0, name);
+    }
+}
+
+TEST(TubeTables, GeneratorReproducesTheCommittedFilesByteForByte) {
+    std::string pattern = (std::filesystem::temp_directory_path() / "tubetables-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    const std::filesystem::path output = pattern;
+    const std::filesystem::path generator =
+        std::filesystem::path(nodara::testing::buildDirectory()) / "generators" / "tubetables";
+    std::ostringstream command;
+    command << std::quoted(generator.string()) << ' ' << std::quoted(output.string())
+            << " > /dev/null";
+    ASSERT_EQ(std::system(command.str().c_str()), 0) << command.str();
+
+    const auto bytesOf = [](const std::filesystem::path& path) {
+        std::ifstream file(path, std::ios::binary);
+        return std::vector<char>(std::istreambuf_iterator<char>(file), {});
+    };
+    for (const auto& [name, grid] : tableGrids()) {
+        const std::string file = name + ".f32";
+        EXPECT_EQ(bytesOf(output / file), bytesOf(dataDirectory() / file)) << file;
+    }
+    std::filesystem::remove_all(output);
+}
+
+} // namespace
