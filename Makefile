@@ -25,5 +25,9 @@ bench: build
 demo: build
 	./scripts/demo.sh $(BUILD_DIR)
 
+# Rebuilds the committed data in amp/data/, one line per generator.
+tables: configure
+	cmake --build $(BUILD_DIR) --target cabinetresponse -j$(JOBS) && $(BUILD_DIR)/generators/cabinetresponse amp/data
+
 clean:
 	rm -rf $(BUILD_DIR)
