@@ -27,7 +27,7 @@ demo: build
 
 # The data generators of tools/generators/: each is run as `GENERATOR OUTPUT_DIR` and writes
 # the tables that are committed in $(TABLES_DIR) and compiled into the plug-in.
-GENERATORS ?= tubetables
+GENERATORS ?= tubetables cabinetresponse
 TABLES_DIR ?= amp/data
 
 tables: configure

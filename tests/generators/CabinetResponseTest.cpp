@@ -1,0 +1,174 @@
+#include "support/Tool.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <numbers>
+#include <string>
+#include <vector>
+
+namespace nodara::testing {
+namespace {
+
+constexpr double sampleRate = 44100.0;
+constexpr double stepsPerUnit = 32768.0;
+
+std::vector<char> bytesOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// Raw little-endian float32, assembled byte by byte.
+std::vector<float> floatsOf(const std::vector<char>& bytes) {
+    std::vector<float> values(bytes.size() / 4);
+    for (size_t i = 0; i < values.size(); ++i) {
+        std::uint32_t bits = 0;
+        for (int k = 3; k >= 0; --k) {
+            bits = (bits << 8) | static_cast<unsigned char>(bytes[4 * i + static_cast<size_t>(k)]);
+        }
+        values[i] = std::bit_cast<float>(bits);
+    }
+    return values;
+}
+
+std::filesystem::path committedFile() { return sourceDirectory() + "/amp/data/u87.f32"; }
+
+const std::vector<float>& response() {
+    static const std::vector<float> values = floatsOf(bytesOf(committedFile()));
+    return values;
+}
+
+/// |Σ h[n]·e^(−j2πfn/fs)|², by a direct sum in double.
+double power(const std::vector<float>& h, double hertz) {
+    const std::complex<double> rotation =
+        std::polar(1.0, -2.0 * std::numbers::pi * hertz / sampleRate);
+    std::complex<double> phasor = 1.0;
+    std::complex<double> sum = 0.0;
+    for (const float value : h) {
+        sum += double(value) * phasor;
+        phasor *= rotation;
+    }
+    return std::norm(sum);
+}
+
+double decibels(double power) { return 10.0 * std::log10(power); }
+
+/// Frequencies from `low` upwards in steps of 1/48 octave, `count` of them.
+std::vector<double> logGrid(double low, int count) {
+    std::vector<double> grid;
+    for (int k = 0; k < count; ++k) {
+        grid.push_back(low * std::exp2(k / 48.0));
+    }
+    return grid;
+}
+
+/// Mean power over [low, high] on a 1/48-octave grid, in dB.
+double bandLevel(const std::vector<float>& h, double low, double high) {
+    double sum = 0.0;
+    int count = 0;
+    for (const double hertz : logGrid(low, 1 + int(48.0 * std::log2(high / low)))) {
+        sum += power(h, hertz);
+        ++count;
+    }
+    return decibels(sum / count);
+}
+
+std::vector<double> powers(const std::vector<float>& h, const std::vector<double>& grid) {
+    std::vector<double> values;
+    for (const double hertz : grid) {
+        values.push_back(power(h, hertz));
+    }
+    return values;
+}
+
+/// Separate stretches of 1–5 kHz where the response departs from its third-octave average
+/// (power over ±1/6 octave) by `threshold` dB or more.
+int rippleExcursions(const std::vector<float>& h, double threshold) {
+    constexpr int halfWindow = 8;
+    const int steps = int(48.0 * std::log2(5.0));
+    const auto grid = logGrid(1000.0 * std::exp2(-halfWindow / 48.0), steps + 2 * halfWindow + 1);
+    const auto levels = powers(h, grid);
+    int excursions = 0;
+    bool inside = false;
+    for (size_t i = halfWindow; i + halfWindow < levels.size(); ++i) {
+        double window = 0.0;
+        for (size_t k = i - halfWindow; k <= i + halfWindow; ++k) {
+            window += levels[k];
+        }
+        const double departure = decibels(levels[i]) - decibels(window / (2 * halfWindow + 1));
+        const bool large = std::fabs(departure) >= threshold;
+        excursions += large && !inside;
+        inside = large;
+    }
+    return excursions;
+}
+
+TEST(CabinetResponse, HasTheStoredForm) {
+    const auto& h = response();
+    ASSERT_EQ(h.size(), 27776u);
+    for (size_t n = 0; n < h.size(); ++n) {
+        const double steps = double(h[n]) * stepsPerUnit;
+        ASSERT_EQ(steps, std::round(steps)) << "sample " << n << " is not a whole step";
+    }
+    const auto largest = std::max_element(h.begin(), h.end(), [](float x, float y) {
+        return std::fabs(x) < std::fabs(y);
+    });
+    EXPECT_EQ(largest - h.begin(), 973) << "the first peak";
+    EXPECT_EQ(*largest, 32766.0f / 32768.0f);
+    double early = 0.0;
+    double total = 0.0;
+    for (size_t n = 0; n < h.size(); ++n) {
+        total += double(h[n]) * h[n];
+        early += n < 2048 ? double(h[n]) * h[n] : 0.0;
+    }
+    EXPECT_GE(early / total, 0.999);
+    const auto lastNonZero = std::find_if(h.rbegin(), h.rend(), [](float v) { return v != 0.0f; });
+    EXPECT_EQ(h.rend() - lastNonZero - 1, 22614);
+}
+
+TEST(CabinetResponse, LowResonanceNear100HzWithASteepFallBelow) {
+    const auto& h = response();
+    const auto grid = logGrid(30.0, 48 * 4);
+    const auto levels = powers(h, grid);
+    const auto loudest = std::max_element(levels.begin(), levels.end());
+    const double resonance = grid[size_t(loudest - levels.begin())];
+    EXPECT_GE(resonance, 80.0);
+    EXPECT_LE(resonance, 120.0);
+    EXPECT_LE(decibels(power(h, 40.0)), decibels(*loudest) - 12.0);
+}
+
+TEST(CabinetResponse, PresenceAboveTheMidsAndASteepFallAboveIt) {
+    const auto& h = response();
+    const double presence = bandLevel(h, 1500.0, 4000.0);
+    EXPECT_GE(presence, bandLevel(h, 500.0, 800.0) + 3.0);
+    EXPECT_LE(decibels(power(h, 10000.0)), presence - 20.0);
+}
+
+TEST(CabinetResponse, UpperResponseIsRoughUnlikeASmoothCurve) {
+    EXPECT_GE(rippleExcursions(response(), 3.0), 3);
+    // The same measure on a one-pole decay, smooth at every frequency, finds nothing.
+    std::vector<float> smooth(2048);
+    for (size_t n = 0; n < smooth.size(); ++n) {
+        smooth[n] = float(std::pow(0.7, double(n)));
+    }
+    EXPECT_EQ(rippleExcursions(smooth, 3.0), 0);
+}
+
+TEST(CabinetResponse, GeneratorReproducesTheCommittedFileByteForByte) {
+    const auto folder = scratch() / "cabinet";
+    const std::string command =
+        buildDirectory() + "/generators/cabinetresponse " + folder.string() + " >/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_TRUE(bytesOf(folder / "u87.f32") == bytesOf(committedFile()));
+}
+
+} // namespace
+} // namespace nodara::testing
