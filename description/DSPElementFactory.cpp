@@ -1,10 +1,12 @@
 #include "description/DSPElementFactory.h"
 
+#include "dsp/Convolver.h"
 #include "dsp/Gain.h"
 #include "dsp/LookupTableFilter.h"
 #include "dsp/Mixer.h"
 #include "dsp/Relaxation.h"
 #include "dsp/Switch.h"
+#include "dsp/WaveConvolver.h"
 #include "runtime/Exceptions.h"
 
 #include <functional>
@@ -28,6 +30,8 @@ const std::unordered_map<std::string, Maker>& builtInTable() {
         {"Switch", maker<Switch>()},
         {"Mixer", maker<Mixer>()},
         {"Relaxation", maker<Relaxation>()},
+        {"Convolver", maker<Convolver>()},
+        {"WaveConvolver", maker<WaveConvolver>()},
     };
     return table;
 }
