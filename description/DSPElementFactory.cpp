@@ -1,6 +1,7 @@
 #include "description/DSPElementFactory.h"
 
 #include "dsp/BiQuad.h"
+#include "dsp/Convolver.h"
 #include "dsp/DifferentialFilter.h"
 #include "dsp/FirstOrderIIR.h"
 #include "dsp/Gain.h"
@@ -12,6 +13,7 @@
 #include "dsp/Relaxation.h"
 #include "dsp/Switch.h"
 #include "dsp/ThirdOrderIIR.h"
+#include "dsp/WaveConvolver.h"
 #include "runtime/Exceptions.h"
 
 #include <functional>
@@ -42,6 +44,8 @@ const std::unordered_map<std::string, Maker>& builtInTable() {
         {"Switch", maker<Switch>()},
         {"Mixer", maker<Mixer>()},
         {"Relaxation", maker<Relaxation>()},
+        {"Convolver", maker<Convolver>()},
+        {"WaveConvolver", maker<WaveConvolver>()},
     };
     return table;
 }

@@ -1,0 +1,199 @@
+#include "dsp/AudioFileRead.h"
+#include "dsp/ByteStream.h"
+#include "dsp/DllResourceReader.h"
+#include "dsp/EmbeddedResources.h"
+#include "dsp/FileReader.h"
+
+#include "dsp/FailureCheck.h"
+#include "dsp/WavBytes.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using namespace wavbytes;
+using nodara::NodaraException;
+
+namespace {
+
+stk::AudioFileRead openWav(const std::string& bytes) {
+    return stk::AudioFileRead(std::make_unique<std::istringstream>(bytes), "ir.wav");
+}
+
+/// All frames of a file.
+std::vector<float> readAll(stk::AudioFileRead& file) {
+    stk::StkFrames frames(file.fileSize(), file.channels());
+    file.read(frames);
+    return {frames.data(), frames.data() + frames.size()};
+}
+
+const std::string monoInt16 = fmtChunk(1, 1, 44100, 16);
+const std::string fourSamples16 = chunk("data", le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000));
+
+/// A fresh file path in the temporary folder, removed with the object.
+struct TemporaryFile {
+    explicit TemporaryFile(const std::string& contents)
+        : path(std::filesystem::temp_directory_path() /
+               ("cabinet-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+                "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".wav")) {
+        std::ofstream(path, std::ios::binary) << contents;
+    }
+    ~TemporaryFile() { std::filesystem::remove(path); }
+    std::filesystem::path path;
+};
+
+} // namespace
+
+TEST(AudioFileReadTest, SamplesConvertWithTheFixedGains) {
+    struct Case {
+        const char* label;
+        std::uint16_t tag, bits;
+        std::string data;
+        std::vector<float> expected;
+    };
+    const auto le24 = [](std::uint32_t v) { return littleEndian(v, 3); };
+    const auto le64f = [](double v) { std::uint64_t bits; std::memcpy(&bits, &v, 8); return littleEndian(bits, 8); };
+    const auto le32f = [](float v) { std::uint32_t bits; std::memcpy(&bits, &v, 4); return le32(bits); };
+    const Case cases[] = {
+        {"8-bit, unsigned around 128", 1, 8, std::string("\x80\xFF\x00\xC0", 4),
+         {0.0f, 0.9921875f, -1.0f, 0.5f}},
+        {"16-bit", 1, 16, le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000),
+         {0.0f, 0.999969482421875f, -1.0f, 0.5f}},
+        {"24-bit", 1, 24, le24(0x7FFFFF) + le24(0x800000) + le24(0x400000) + le24(1),
+         {0.99999988079071044921875f, -1.0f, 0.5f, 1.1920928955078125e-07f}},
+        // 2^31 − 1 rounds up to 2^31 in single precision.
+        {"32-bit", 1, 32, le32(0x7FFFFFFF) + le32(0x80000000) + le32(0x40000000) + le32(1),
+         {1.0f, -1.0f, 0.5f, 4.656612873077392578125e-10f}},
+        {"32-bit float", 3, 32, le32f(0.25f) + le32f(-0.75f) + le32f(1.5f) + le32f(1e-20f),
+         {0.25f, -0.75f, 1.5f, 1e-20f}},
+        {"64-bit float", 3, 64, le64f(0.1) + le64f(-1e-3) + le64f(2.0) + le64f(0.0),
+         {static_cast<float>(0.1), static_cast<float>(-1e-3), 2.0f, 0.0f}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        auto file = openWav(riff(fmtChunk(c.tag, 1, 48000, c.bits) + chunk("data", c.data)));
+        EXPECT_EQ(file.fileSize(), 4u);
+        EXPECT_EQ(file.fileRate(), 48000.0);
+        EXPECT_EQ(readAll(file), c.expected);
+    }
+}
+
+TEST(AudioFileReadTest, ChunkWalkSkipsOtherChunksAndPadBytes) {
+    struct Case {
+        const char* label;
+        std::string bytes;
+    };
+    const Case cases[] = {
+        {"chunk before fmt", riff(chunk("JUNK", std::string(10, 'j')) + monoInt16 + fourSamples16)},
+        {"chunk between fmt and data", riff(monoInt16 + chunk("LIST", "abcdef") + fourSamples16)},
+        {"odd-sized chunks with pad bytes",
+         riff(chunk("bext", "abc") + monoInt16 + chunk("cue ", "x") + fourSamples16)},
+        {"extensible header", riff(extensibleFmtChunk(1, 1, 44100, 16) + fourSamples16)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        auto file = openWav(c.bytes);
+        EXPECT_EQ(file.channels(), 1u);
+        EXPECT_EQ(file.fileRate(), 44100.0);
+        EXPECT_EQ(readAll(file), (std::vector<float>{0.0f, 0.999969482421875f, -1.0f, 0.5f}));
+    }
+}
+
+TEST(AudioFileReadTest, StereoStaysInterleavedAndReadsFromAStartFrame) {
+    auto file = openWav(riff(fmtChunk(1, 2, 44100, 16) + fourSamples16 + chunk("LIST", "ab")));
+    ASSERT_EQ(file.fileSize(), 2u);
+    EXPECT_EQ(readAll(file), (std::vector<float>{0.0f, 0.999969482421875f, -1.0f, 0.5f}));
+    stk::StkFrames frames(2, 2);
+    file.read(frames, 1);
+    EXPECT_EQ(frames(0, 0), -1.0f);
+    EXPECT_EQ(frames(0, 1), 0.5f);
+    EXPECT_EQ(frames(1, 0), 0.0f);
+}
+
+TEST(AudioFileReadTest, FailuresCarryTheirMessages) {
+    using failurecheck::Case;
+    const auto opening = [](std::string bytes) { return [bytes] { openWav(bytes); }; };
+    const Case cases[] = {
+        {"not a wav", opening("RIFF" + le32(4) + "AVI "), typeid(NodaraException),
+         "AudioFileRead: File is not a wav file."},
+        {"short header", opening("RIFF"), typeid(NodaraException),
+         "AudioFileRead: Error while reading header. ir.wav"},
+        {"no stream", [] { stk::AudioFileRead(nullptr, "ir.wav"); }, typeid(NodaraException),
+         "AudioFileRead::init File error."},
+        {"no fmt chunk", opening(riff(chunk("JUNK", "ab"))), typeid(NodaraException),
+         "AudioFileRead::getWavInfo Error while trying to read id."},
+        {"cut chunk size", opening(riff("fmt " + std::string(1, '\x10'))), typeid(NodaraException),
+         "AudioFileRead::getWavInfo Error while trying to read chunkSize."},
+        {"extSize 0", opening(riff(extensibleFmtChunk(1, 1, 44100, 16, 0) + fourSamples16)),
+         typeid(NodaraException), "AudioFileRead::getWavInfo Invalid extSize 0"},
+        {"unsupported tag", opening(riff(fmtChunk(2, 1, 44100, 16) + fourSamples16)),
+         typeid(NodaraException), "Unsupported data format type: 2"},
+        {"unsupported extensible tag",
+         opening(riff(extensibleFmtChunk(6, 1, 44100, 8) + fourSamples16)),
+         typeid(NodaraException), "Unsupported data format type: 6"},
+        {"12-bit integers", opening(riff(fmtChunk(1, 1, 44100, 12) + fourSamples16)),
+         typeid(NodaraException), "12 bits per sample with data format 1 are not supported."},
+        {"16-bit floats", opening(riff(fmtChunk(3, 1, 44100, 16) + fourSamples16)),
+         typeid(NodaraException), "16 bits per sample with data format 3 are not supported."},
+        {"no data chunk", opening(riff(monoInt16)), typeid(NodaraException),
+         "AudioFileRead::getWavInfo Error while trying to read id."},
+        {"cut data", [] {
+             auto file = openWav(riff(monoInt16 + "data" + le32(8) + le16(1)));
+             readAll(file);
+         }, typeid(NodaraException), "AudioFileReadir.wavError while trying to read from the stream."},
+        {"wrong channels", [] {
+             auto file = openWav(riff(monoInt16 + fourSamples16));
+             stk::StkFrames frames(4, 2);
+             file.read(frames);
+         }, typeid(NodaraException),
+         "AudioFileRead::read: StkFrames argument has incompatible number of channels!"},
+        {"empty frames", [] {
+             auto file = openWav(riff(monoInt16 + fourSamples16));
+             stk::StkFrames frames(0, 1);
+             file.read(frames);
+         }, typeid(NodaraException),
+         "AudioFileRead::read: StkFrames buffer size is zero ... no data read!"},
+    };
+    for (const Case& c : cases) {
+        failurecheck::expectFailure(c);
+    }
+}
+
+TEST(AudioFileReadTest, ReadersHandOverTheirBytesAsAStream) {
+    const std::string bytes = riff(monoInt16 + fourSamples16);
+    const TemporaryFile file(bytes);
+    const nodara::FileReader fromFile(file.path.string());
+    EXPECT_EQ(std::string(fromFile.data(), fromFile.size()), bytes);
+
+    static const std::string resource = riff(monoInt16 + fourSamples16);
+    nodara::EmbeddedResources::add("cabinet-test", "WAVE", resource.data(), resource.size());
+    const nodara::DllResourceReader fromResource("cabinet-test", "WAVE");
+    stk::AudioFileRead decoded(nodara::openByteStream(fromResource.data(), fromResource.size()),
+                               "cabinet-test");
+    EXPECT_EQ(readAll(decoded), (std::vector<float>{0.0f, 0.999969482421875f, -1.0f, 0.5f}));
+}
+
+TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
+    using failurecheck::Case;
+    static const char blob[] = "x";
+    nodara::EmbeddedResources::add("cabinet-case", "WAVE", blob, 1);
+    const TemporaryFile empty("");
+    const std::string emptyPath = empty.path.string();
+    const Case cases[] = {
+        {"missing file", [] { nodara::FileReader("/nonexistent/cabinet.wav"); },
+         typeid(NodaraException), "Cannot find file with name: /nonexistent/cabinet.wav"},
+        {"empty file", [&] { nodara::FileReader{emptyPath}; }, typeid(NodaraException),
+         "FileReader: Empty file " + emptyPath},
+        {"unknown resource", [] { nodara::DllResourceReader("nothing", "WAVE"); },
+         typeid(NodaraException), "Could not locate Resource File"},
+        {"names are case-sensitive", [] { nodara::DllResourceReader("Cabinet-case", "WAVE"); },
+         typeid(NodaraException), "Could not locate Resource File"},
+        {"types are case-sensitive", [] { nodara::DllResourceReader("cabinet-case", "wave"); },
+         typeid(NodaraException), "Could not locate Resource File"},
+    };
+    for (const Case& c : cases) {
+        failurecheck::expectFailure(c);
+    }
+}
