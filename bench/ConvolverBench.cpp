@@ -26,9 +26,9 @@ std::vector<float> noise(size_t count, unsigned seed) {
 
 /// Time per processed sample.
 void reportPerSample(benchmark::State& state, size_t block) {
-    state.counters["per_sample"] = benchmark::Counter(
-        static_cast<double>(state.iterations() * block),
-        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["per_sample"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * block),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void BM_Convolver(benchmark::State& state) {
@@ -53,8 +53,8 @@ void BM_Convolver(benchmark::State& state) {
 class PlainConvolution {
 public:
     PlainConvolution(const std::vector<float>& response, size_t size)
-        : n(size), window(allocate(n)), time(allocate(n)),
-          spectrum(fftwf_alloc_complex(n / 2 + 1)), responseSpectrum(fftwf_alloc_complex(n / 2 + 1)),
+        : n(size), window(allocate(n)), time(allocate(n)), spectrum(fftwf_alloc_complex(n / 2 + 1)),
+          responseSpectrum(fftwf_alloc_complex(n / 2 + 1)),
           forward(fftwf_plan_dft_r2c_1d(static_cast<int>(n), window, spectrum, FFTW_ESTIMATE)),
           backward(fftwf_plan_dft_c2r_1d(static_cast<int>(n), spectrum, time, FFTW_ESTIMATE)) {
         std::memset(window, 0, n * sizeof(float));
@@ -76,8 +76,10 @@ public:
         std::memcpy(window + n - count, in, count * sizeof(float));
         fftwf_execute(forward);
         for (size_t k = 0; k <= n / 2; ++k) {
-            const float re = spectrum[k][0] * responseSpectrum[k][0] - spectrum[k][1] * responseSpectrum[k][1];
-            const float im = spectrum[k][0] * responseSpectrum[k][1] + spectrum[k][1] * responseSpectrum[k][0];
+            const float re =
+                spectrum[k][0] * responseSpectrum[k][0] - spectrum[k][1] * responseSpectrum[k][1];
+            const float im =
+                spectrum[k][0] * responseSpectrum[k][1] + spectrum[k][1] * responseSpectrum[k][0];
             spectrum[k][0] = re;
             spectrum[k][1] = im;
         }
@@ -102,7 +104,8 @@ private:
 
 void BM_PlainFftwConvolution(benchmark::State& state) {
     const auto block = static_cast<size_t>(state.range(0));
-    const size_t size = nodara::Convolver::fftSizeFor(static_cast<std::uint32_t>(block), responseLength);
+    const size_t size =
+        nodara::Convolver::fftSizeFor(static_cast<std::uint32_t>(block), responseLength);
     PlainConvolution plain(noise(responseLength, 1), size);
     const std::vector<float> input = noise(block, 2);
     std::vector<float> output(block);

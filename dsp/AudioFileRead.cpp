@@ -29,7 +29,9 @@ constexpr float int16Gain = 3.0517578125e-05f;
 constexpr float int32Gain = 4.656612873077393e-10f;
 
 /// Chunks of odd size are followed by a pad byte.
-std::streamoff padded(std::uint32_t size) { return static_cast<std::streamoff>(size) + (size & 1u); }
+std::streamoff padded(std::uint32_t size) {
+    return static_cast<std::streamoff>(size) + (size & 1u);
+}
 
 std::uint32_t littleEndian(const unsigned char* bytes, unsigned int count) {
     std::uint32_t value = 0;
@@ -169,7 +171,8 @@ void AudioFileRead::read(StkFrames& frames, std::size_t startFrame) {
             "AudioFileRead::read: StkFrames argument has incompatible number of channels!");
     }
     if (frames.size() == 0) {
-        throw NodaraException("AudioFileRead::read: StkFrames buffer size is zero ... no data read!");
+        throw NodaraException(
+            "AudioFileRead::read: StkFrames buffer size is zero ... no data read!");
     }
     if (startFrame >= frameCount) {
         return;
@@ -180,7 +183,8 @@ void AudioFileRead::read(StkFrames& frames, std::size_t startFrame) {
     std::vector<unsigned char> raw(count * bytesPerSample);
     stream->read(reinterpret_cast<char*>(raw.data()), static_cast<std::streamsize>(raw.size()));
     if (stream->gcount() != static_cast<std::streamsize>(raw.size())) {
-        throw NodaraException("AudioFileRead" + name + "Error while trying to read from the stream.");
+        throw NodaraException("AudioFileRead" + name +
+                              "Error while trying to read from the stream.");
     }
     StkFloat* out = frames.data();
     for (std::size_t i = 0; i < count; ++i) {

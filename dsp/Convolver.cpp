@@ -72,8 +72,8 @@ void Convolver::propertyChanged(const std::string& propertyName,
         throw InvalidArgumentException("Convolver: Invalid impulse response. IR is empty.");
     }
     response = *value;
-    responseLength = static_cast<std::uint32_t>(
-        std::min(response.size(), static_cast<size_t>(maxIRSize)));
+    responseLength =
+        static_cast<std::uint32_t>(std::min(response.size(), static_cast<size_t>(maxIRSize)));
     if (maxBlockSize > 0) {
         rebuild();
     }

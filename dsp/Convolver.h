@@ -46,8 +46,7 @@ public:
     scalar* process(scalar* in, size_t framesPerBuffer) override;
     void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
 
-    IterationResults& iteration(const IterationResults& in, size_t frame,
-                                int32 iteration) override;
+    IterationResults& iteration(const IterationResults& in, size_t frame, int32 iteration) override;
     IterationResults& getLastIterationResults() override;
     size_t endIteration(size_t frame) override;
 

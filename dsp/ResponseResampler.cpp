@@ -14,11 +14,11 @@ std::vector<scalar> resampleResponse(const std::vector<scalar>& samples, double 
         return {};
     }
     if (!(fromRate > 0.0) || !(toRate > 0.0)) {
-        throw InvalidArgumentException(concat("ResponseResampler: Invalid sample rates ",
-                                              fromRate, " and ", toRate));
+        throw InvalidArgumentException(
+            concat("ResponseResampler: Invalid sample rates ", fromRate, " and ", toRate));
     }
-    const auto length = static_cast<size_t>(
-        std::llround(static_cast<double>(samples.size()) * toRate / fromRate));
+    const auto length =
+        static_cast<size_t>(std::llround(static_cast<double>(samples.size()) * toRate / fromRate));
     if (length == 0) {
         return {};
     }

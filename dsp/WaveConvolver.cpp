@@ -86,9 +86,9 @@ void WaveConvolver::init(const std::string& elementName, const Properties& eleme
                          std::shared_ptr<DSPContext>& elementContext) {
     Filter::init(elementName, elementProperties, elementContext);
     std::string list;
-    requireProperty(elementProperties, "ImpulseResponses", list, stringParser,
-                    NodaraException("WaveConvolver: ImpulseResponses is not defined. "
-                                    "WaveConvolver name=" + elementName));
+    const NodaraException missingList(
+        concat("WaveConvolver: ImpulseResponses is not defined. WaveConvolver name=", elementName));
+    requireProperty(elementProperties, "ImpulseResponses", list, stringParser, missingList);
     splitProperty(list, listSeparator, names);
     std::string locationText;
     requireProperty(elementProperties, "Location", locationText, stringParser,

@@ -30,7 +30,8 @@ std::vector<float> readAll(stk::AudioFileRead& file) {
 }
 
 const std::string monoInt16 = fmtChunk(1, 1, 44100, 16);
-const std::string fourSamples16 = chunk("data", le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000));
+const std::string fourSamples16 =
+    chunk("data", le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000));
 
 /// A fresh file path in the temporary folder, removed with the object.
 struct TemporaryFile {
@@ -49,31 +50,51 @@ struct TemporaryFile {
 TEST(AudioFileReadTest, SamplesConvertWithTheFixedGains) {
     struct Case {
         const char* label;
-        std::uint16_t tag, bits;
+        std::string format;
         std::string data;
         std::vector<float> expected;
     };
     const auto le24 = [](std::uint32_t v) { return littleEndian(v, 3); };
-    const auto le64f = [](double v) { std::uint64_t bits; std::memcpy(&bits, &v, 8); return littleEndian(bits, 8); };
-    const auto le32f = [](float v) { std::uint32_t bits; std::memcpy(&bits, &v, 4); return le32(bits); };
+    const auto le64f = [](double v) {
+        std::uint64_t bits;
+        std::memcpy(&bits, &v, 8);
+        return littleEndian(bits, 8);
+    };
+    const auto le32f = [](float v) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &v, 4);
+        return le32(bits);
+    };
     const Case cases[] = {
-        {"8-bit, unsigned around 128", 1, 8, std::string("\x80\xFF\x00\xC0", 4),
+        {"8-bit, unsigned around 128",
+         fmtChunk(1, 1, 48000, 8),
+         std::string("\x80\xFF\x00\xC0", 4),
          {0.0f, 0.9921875f, -1.0f, 0.5f}},
-        {"16-bit", 1, 16, le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000),
+        {"16-bit",
+         fmtChunk(1, 1, 48000, 16),
+         le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000),
          {0.0f, 0.999969482421875f, -1.0f, 0.5f}},
-        {"24-bit", 1, 24, le24(0x7FFFFF) + le24(0x800000) + le24(0x400000) + le24(1),
+        {"24-bit",
+         fmtChunk(1, 1, 48000, 24),
+         le24(0x7FFFFF) + le24(0x800000) + le24(0x400000) + le24(1),
          {0.99999988079071044921875f, -1.0f, 0.5f, 1.1920928955078125e-07f}},
         // 2^31 − 1 rounds up to 2^31 in single precision.
-        {"32-bit", 1, 32, le32(0x7FFFFFFF) + le32(0x80000000) + le32(0x40000000) + le32(1),
+        {"32-bit",
+         fmtChunk(1, 1, 48000, 32),
+         le32(0x7FFFFFFF) + le32(0x80000000) + le32(0x40000000) + le32(1),
          {1.0f, -1.0f, 0.5f, 4.656612873077392578125e-10f}},
-        {"32-bit float", 3, 32, le32f(0.25f) + le32f(-0.75f) + le32f(1.5f) + le32f(1e-20f),
+        {"32-bit float",
+         fmtChunk(3, 1, 48000, 32),
+         le32f(0.25f) + le32f(-0.75f) + le32f(1.5f) + le32f(1e-20f),
          {0.25f, -0.75f, 1.5f, 1e-20f}},
-        {"64-bit float", 3, 64, le64f(0.1) + le64f(-1e-3) + le64f(2.0) + le64f(0.0),
+        {"64-bit float",
+         fmtChunk(3, 1, 48000, 64),
+         le64f(0.1) + le64f(-1e-3) + le64f(2.0) + le64f(0.0),
          {static_cast<float>(0.1), static_cast<float>(-1e-3), 2.0f, 0.0f}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.label);
-        auto file = openWav(riff(fmtChunk(c.tag, 1, 48000, c.bits) + chunk("data", c.data)));
+        auto file = openWav(riff(c.format + chunk("data", c.data)));
         EXPECT_EQ(file.fileSize(), 4u);
         EXPECT_EQ(file.fileRate(), 48000.0);
         EXPECT_EQ(readAll(file), c.expected);
@@ -131,29 +152,35 @@ TEST(AudioFileReadTest, FailuresCarryTheirMessages) {
         {"unsupported tag", opening(riff(fmtChunk(2, 1, 44100, 16) + fourSamples16)),
          typeid(NodaraException), "Unsupported data format type: 2"},
         {"unsupported extensible tag",
-         opening(riff(extensibleFmtChunk(6, 1, 44100, 8) + fourSamples16)),
-         typeid(NodaraException), "Unsupported data format type: 6"},
+         opening(riff(extensibleFmtChunk(6, 1, 44100, 8) + fourSamples16)), typeid(NodaraException),
+         "Unsupported data format type: 6"},
         {"12-bit integers", opening(riff(fmtChunk(1, 1, 44100, 12) + fourSamples16)),
          typeid(NodaraException), "12 bits per sample with data format 1 are not supported."},
         {"16-bit floats", opening(riff(fmtChunk(3, 1, 44100, 16) + fourSamples16)),
          typeid(NodaraException), "16 bits per sample with data format 3 are not supported."},
         {"no data chunk", opening(riff(monoInt16)), typeid(NodaraException),
          "AudioFileRead::getWavInfo Error while trying to read id."},
-        {"cut data", [] {
+        {"cut data",
+         [] {
              auto file = openWav(riff(monoInt16 + "data" + le32(8) + le16(1)));
              readAll(file);
-         }, typeid(NodaraException), "AudioFileReadir.wavError while trying to read from the stream."},
-        {"wrong channels", [] {
+         },
+         typeid(NodaraException), "AudioFileReadir.wavError while trying to read from the stream."},
+        {"wrong channels",
+         [] {
              auto file = openWav(riff(monoInt16 + fourSamples16));
              stk::StkFrames frames(4, 2);
              file.read(frames);
-         }, typeid(NodaraException),
+         },
+         typeid(NodaraException),
          "AudioFileRead::read: StkFrames argument has incompatible number of channels!"},
-        {"empty frames", [] {
+        {"empty frames",
+         [] {
              auto file = openWav(riff(monoInt16 + fourSamples16));
              stk::StkFrames frames(0, 1);
              file.read(frames);
-         }, typeid(NodaraException),
+         },
+         typeid(NodaraException),
          "AudioFileRead::read: StkFrames buffer size is zero ... no data read!"},
     };
     for (const Case& c : cases) {

@@ -1,5 +1,5 @@
-#include "dsp/Buffer.h"
 #include "dsp/Convolver.h"
+#include "dsp/Buffer.h"
 
 #include "dsp/ConvolutionReference.h"
 #include "dsp/FailureCheck.h"
@@ -44,12 +44,6 @@ std::vector<float> run(Convolver& convolver, const std::vector<float>& input,
     return output;
 }
 
-std::vector<float> impulse(size_t length) {
-    std::vector<float> x(length, 0.0f);
-    x[0] = 1.0f;
-    return x;
-}
-
 } // namespace
 
 TEST(ConvolverTest, FftSizeFollowsTheGreedyRule) {
@@ -58,10 +52,10 @@ TEST(ConvolverTest, FftSizeFollowsTheGreedyRule) {
     };
     const Case cases[] = {
         {512, 8192, 9216}, // c = 136 = 8·17, fit = 8·2·9
-        {256, 8192, 9216}, {64, 8192, 9216}, {1, 1, 64}, {7, 13, 64},
-        {64, 813, 1024},   // c = 14 = 2·7, 7 → 8
-        {300, 813, 1152},  // c = 18 = 2·9
-        {1, 813, 1024},    // c = 13 → 16, although 15 would do
+        {256, 8192, 9216}, {64, 8192, 9216}, {1, 1, 64},
+        {7, 13, 64},       {64, 813, 1024}, // c = 14 = 2·7, 7 → 8
+        {300, 813, 1152},                   // c = 18 = 2·9
+        {1, 813, 1024},                     // c = 13 → 16, although 15 would do
     };
     for (const Case& c : cases) {
         EXPECT_EQ(Convolver::fftSizeFor(c.block, c.length), c.size)
@@ -93,9 +87,9 @@ TEST(ConvolverTest, MatchesDirectConvolutionForAwkwardSizes) {
         std::vector<size_t> blocks;
     };
     const Case cases[] = {
-        {1, 64, {64}},           {13, 7, {7}},        {13, 1, {1}},
-        {813, 64, {64}},         {813, 300, {300}},   {813, 300, {300, 1, 7, 64, 256, 13}},
-        {8192, 256, {256}},      {8192, 64, {64}},    {8192, 300, {7, 300, 1, 256}},
+        {1, 64, {64}},      {13, 7, {7}},      {13, 1, {1}},
+        {813, 64, {64}},    {813, 300, {300}}, {813, 300, {300, 1, 7, 64, 256, 13}},
+        {8192, 256, {256}}, {8192, 64, {64}},  {8192, 300, {7, 300, 1, 256}},
         {8192, 1, {1}},
     };
     for (const Case& c : cases) {
@@ -168,9 +162,6 @@ TEST(ConvolverTest, ResetEqualsAFreshInstance) {
     used->reset();
     auto fresh = makeConvolver(h, 256);
     EXPECT_EQ(run(*used, x, {256, 3}), run(*fresh, x, {256, 3}));
-    used->reset();
-    const auto response = run(*used, impulse(813), {256});
-    EXPECT_LT(reference::maxError(response, {h.begin(), h.end()}), reference::tolerance(h));
 }
 
 TEST(ConvolverTest, InstancesOnSeveralThreadsEachMatchTheReference) {
@@ -197,35 +188,25 @@ TEST(ConvolverTest, InstancesOnSeveralThreadsEachMatchTheReference) {
     }
 }
 
-TEST(ConvolverTest, BufferKeepsTheNewestSamples) {
-    Buffer window(4);
-    const float first[] = {1, 2, 3};
-    const float second[] = {4, 5};
-    window.push(first, 3);
-    window.push(second, 2);
-    EXPECT_EQ(std::vector<float>(window.data(), window.data() + 4), (std::vector<float>{2, 3, 4, 5}));
-    window.resize(6);
-    EXPECT_EQ(std::vector<float>(window.data(), window.data() + 6),
-              (std::vector<float>{0, 0, 2, 3, 4, 5}));
-    window.resize(3);
-    EXPECT_EQ(std::vector<float>(window.data(), window.data() + 3), (std::vector<float>{3, 4, 5}));
-    EXPECT_EQ(window.capacity(), 6u);
-    window.reset();
-    EXPECT_EQ(std::vector<float>(window.data(), window.data() + 3), (std::vector<float>(3, 0.0f)));
-}
-
 TEST(ConvolverTest, FailuresCarryTheirMessages) {
     using failurecheck::Case;
     auto convolver = makeConvolver({0.5f}, 64);
     const Case cases[] = {
-        {"no MaxIRSize", [] { Convolver().init("cab", {}, noContext); },
-         typeid(NodaraException), "MaxIRSize is not defined. Convolver name=cab"},
-        {"MaxIRSize 0", [] { Convolver().init("cab", {{"MaxIRSize", "0"}}, noContext); },
+        {"no MaxIRSize", [] { Convolver().init("cab", {}, noContext); }, typeid(NodaraException),
+         "MaxIRSize is not defined. Convolver name=cab"},
+        {"MaxIRSize 0",
+         [] {
+             Convolver().init("cab", {{"MaxIRSize", "0"}}, noContext);
+         },
          typeid(InvalidArgumentException),
          "MaxIRSize must be greater than or equal to 0. Convolver name=cab MaxIRSize=0"},
-        {"other vector", [&] { convolver->propertyChanged("IR", std::make_shared<std::vector<float>>(1)); },
+        {"other vector",
+         [&] { convolver->propertyChanged("IR", std::make_shared<std::vector<float>>(1)); },
          typeid(InvalidArgumentException), "Convolver: Invalid property. Name=IR"},
-        {"empty response", [&] { convolver->propertyChanged("ImpulseResponse", std::make_shared<std::vector<float>>()); },
+        {"empty response",
+         [&] {
+             convolver->propertyChanged("ImpulseResponse", std::make_shared<std::vector<float>>());
+         },
          typeid(InvalidArgumentException), "Convolver: Invalid impulse response. IR is empty."},
         {"block size 0", [&] { convolver->setMaxBlockSize(0); }, typeid(NodaraException),
          "Convolver: Invalid maxBlockSize0"},
@@ -240,7 +221,8 @@ TEST(ConvolverTest, FailuresCarryTheirMessages) {
          "Convolver: getLastIterationResults is not supported."},
         {"end iteration", [&] { convolver->endIteration(0); },
          typeid(OperationNotSupportedException), "Convolver: endIteration is not supported."},
-        {"one sample", [&] { convolver->process(1.0f); }, typeid(OperationNotSupportedException), ""},
+        {"one sample", [&] { convolver->process(1.0f); }, typeid(OperationNotSupportedException),
+         ""},
     };
     for (const Case& c : cases) {
         failurecheck::expectFailure(c);
