@@ -58,7 +58,8 @@ void FilterWrapper::setCalculator(const std::shared_ptr<WrappedFilterPropertyCal
     if (!values.empty()) {
         calculator->init(values);
     }
-    filter->init(name, context);
+    auto owner = context.lock();
+    filter->init(name, owner);
 }
 
 void FilterWrapper::setSampleRate(scalar sampleRate) {

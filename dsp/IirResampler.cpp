@@ -21,10 +21,14 @@ void IirResampler::propertyChanged(const std::string& propertyName, scalar value
         throw InvalidArgumentException("IirInterpolator: Unknown property " + propertyName);
     }
     factor = static_cast<int32>(std::floor(static_cast<double>(value + 0.5f)));
-    if (auto graph = context->getGraph()) {
+    auto owner = context.lock();
+    if (!owner) {
+        return;
+    }
+    if (auto graph = owner->getGraph()) {
         graph->setMultiplier(graphMultiplier(static_cast<double>(value)));
     }
-    if (auto driver = context->getDriver()) {
+    if (auto driver = owner->getDriver()) {
         driver->setGraphsChanged();
     }
 }
@@ -84,6 +88,7 @@ void IirResampler::readSettings(const Properties& settings) {
 }
 
 void IirResampler::buildStages() {
+    auto owner = context.lock();
     stages.clear();
     stages.reserve(static_cast<size_t>(cascade));
     for (int32 i = 0; i < cascade; ++i) {
@@ -94,7 +99,7 @@ void IirResampler::buildStages() {
             stage = std::make_shared<Iir>();
             stage->propertyChanged("Order", static_cast<scalar>(order));
         }
-        stage->init(concat(stagePrefix, i), context);
+        stage->init(concat(stagePrefix, i), owner);
         stages.push_back(stage);
     }
 }

@@ -21,7 +21,8 @@ void setDenormalFlushing() {
     _mm_setcsr(_mm_getcsr() | 0x0040);
 }
 
-/// Start-up failures of the module, reported once per distinct message.
+} // namespace
+
 void reportStartUpFailure(const std::string& message) {
     static std::mutex guard;
     static std::string last;
@@ -31,8 +32,6 @@ void reportStartUpFailure(const std::string& message) {
         std::fprintf(stderr, "Torvane: start-up failed: %s\n", message.c_str());
     }
 }
-
-} // namespace
 
 AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster, std::string_view document) {
     setDenormalFlushing();
@@ -55,25 +54,3 @@ AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster) {
 
 } // namespace torvane
 
-extern "C" vst2::AEffect* VSTPluginMain(vst2::AudioMasterCallback audioMaster) {
-    if (audioMaster == nullptr || audioMaster(nullptr, vst2::audioMasterVersion, 0, 0, nullptr, 0.0f) == 0) {
-        return nullptr;
-    }
-    try {
-        torvane::AudioEffect* effect = torvane::createEffectInstance(audioMaster);
-        return effect->getAeffect();
-    } catch (const std::exception& error) {
-        torvane::reportStartUpFailure(error.what());
-    } catch (...) {
-        torvane::reportStartUpFailure("unknown exception");
-    }
-    return nullptr;
-}
-
-/// Older hosts look for the entry point under the name "main".
-extern "C" __attribute__((visibility("default"))) vst2::AEffect* vstPluginMainAlias(
-    vst2::AudioMasterCallback audioMaster) __asm__("main");
-
-extern "C" vst2::AEffect* vstPluginMainAlias(vst2::AudioMasterCallback audioMaster) {
-    return VSTPluginMain(audioMaster);
-}

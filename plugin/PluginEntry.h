@@ -2,6 +2,7 @@
 
 #include "plugin/AudioEffect.h"
 
+#include <string>
 #include <string_view>
 
 namespace torvane {
@@ -12,6 +13,9 @@ namespace torvane {
 AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster);
 /// The same with another document, so that start-up faults can be tried.
 AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster, std::string_view document);
+
+/// Writes a start-up failure on stderr, once per distinct message.
+void reportStartUpFailure(const std::string& message);
 
 } // namespace torvane
 

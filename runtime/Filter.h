@@ -60,11 +60,13 @@ public:
     virtual void reset() {}
     virtual void setPropertiesHandler(const std::shared_ptr<PropertiesHandler>& handler);
 
-    const std::shared_ptr<DSPContext>& getContext() const { return context; }
+    /// Null once the context is gone, or for a filter never placed in one.
+    std::shared_ptr<DSPContext> getContext() const { return context.lock(); }
     int32 getMaxBlockSize() const { return maxBlockSize; }
 
 protected:
-    std::shared_ptr<DSPContext> context;
+    /// The context owns the filter, so the filter holds it weakly.
+    std::weak_ptr<DSPContext> context;
     int32 maxBlockSize = 0;
     std::shared_ptr<PropertiesHandler> propertiesHandler;
     Properties properties;

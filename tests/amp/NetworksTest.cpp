@@ -32,7 +32,7 @@ Complex volumeNetwork(Complex s, double wiper, double g) {
 }
 
 /// The coupling's H(s) with load conductance G.
-Complex coupling(Complex s, double G) {
+Complex couplingNetwork(Complex s, double G) {
     constexpr double R = 69000.0, C = 2.2e-8;
     return s * C / (s * C * (1.0 + R * G) + G);
 }
@@ -141,8 +141,8 @@ TEST(VolCtrlPropertiesHandler, GridCurrentLoadsTheWiper) {
     auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
     f.biquad.setPropertiesHandler(handler);
     f.biquad.setSampleRate(96000.0f);
-    handler->update(0.0f, 3.0f);
-    handler->update(0.0f, 4.0f);  // predicts 5 V
+    handler->update(0.0f, 0.0f);  // below the onset
+    handler->update(0.0f, 2.5f);  // predicts 5 V: g jumps, past the hysteresis
     const double g = 1.0 / (2000.0 / ((5.0 - 1.42) * (5.0 - 1.42)) + 2000.0);
     expectBilinearOf(f.biquadB(), f.biquadA(), 96000.0,
                      [&](Complex s) { return volumeNetwork(s, 1.0, g); }, 1e-3);
@@ -168,7 +168,7 @@ TEST(V2V3Coupling, IsTheBilinearTransformOfTheHighPass) {
     V2V3Coupling coupling;
     coupling.setSampleRate(192000.0f);
     expectBilinearOf(coupling.getB(), coupling.getA(), 192000.0,
-                     [](Complex s) { return coupling(s, 1.0 / 220000.0); });
+                     [](Complex s) { return couplingNetwork(s, 1.0 / 220000.0); });
     EXPECT_EQ(coupling.getB()[1], -coupling.getB()[0]);
 }
 
@@ -181,14 +181,14 @@ TEST(V2V3PropertiesHandler, BelowTheOnsetItIsTheCouplingAndAboveItTheCornerRises
     handler->update(0.0f, 1.0f);
     V2V3Coupling reference;
     reference.setSampleRate(96000.0f);
-    EXPECT_NEAR(f.firstB()[0], reference.getB()[0], 1e-6f);
-    EXPECT_NEAR(f.firstA()[0], reference.getA()[0], 1e-6f);
+    // 1e-10 S next to the 220 kΩ grid resistor moves the coefficients by about 2e-5 of G.
+    EXPECT_NEAR(f.firstB()[0], reference.getB()[0], 1e-5f);
+    EXPECT_NEAR(f.firstA()[0], reference.getA()[0], 1e-5f);
 
-    handler->update(0.0f, 25.0f);
-    handler->update(0.0f, 27.0f);  // predicts 29 V
-    const double g = 1.0 / (2000.0 / ((29.0 - 18.3) * (29.0 - 18.3)) + 2000.0);
+    handler->update(0.0f, 14.5f);  // predicts 2·14.5 − 1 = 28 V
+    const double g = 1.0 / (2000.0 / ((28.0 - 18.3) * (28.0 - 18.3)) + 2000.0);
     expectBilinearOf(f.firstB(), f.firstA(), 96000.0,
-                     [&](Complex s) { return coupling(s, 1.0 / 220000.0 + g); }, 1e-3);
+                     [&](Complex s) { return couplingNetwork(s, 1.0 / 220000.0 + g); }, 1e-3);
     const Complex low = std::polar(1.0, 2.0 * std::numbers::pi * 100.0 / 96000.0);
     EXPECT_LT(std::abs(digital(f.firstB(), f.firstA(), low)),
               0.5 * std::abs(digital(reference.getB(), reference.getA(), low)))

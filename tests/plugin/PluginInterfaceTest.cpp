@@ -112,27 +112,36 @@ TEST(PluginInterface, MonoBusesHearTheFirstChainOnBothOutputs) {
     effect.process(const_cast<float*>(input.data()), nullptr, left.data(), nullptr, 256);
 }
 
-TEST(PluginInterface, StereoMakesTheSecondChannelItsOwn) {
-    LoadedPlugin plugin;
+/// Runs `blocks` blocks of 128 frames of `left` and `right` with the Stereo switch at `stereo`.
+std::pair<std::vector<float>, std::vector<float>> renderStereo(LoadedPlugin& plugin, float stereo,
+                                                               const std::vector<float>& left,
+                                                               const std::vector<float>& right) {
     Effect effect(plugin);
     effect.arrange(2);
     effect.start(48000.0f, 128);
-    effect.effect->setParameter(effect.effect, 7, 1.0f);
-    const auto left = guitarLike(128 * 30, 48000);
-    std::vector<float> right(left.size(), 0.0f), outLeft(128), outRight(128);
-    float rightPeak = 0.0f;
-    for (size_t block = 0; block < 30; ++block) {
-        effect.process(const_cast<float*>(left.data()) + block * 128, right.data() + block * 128,
-                       outLeft.data(), outRight.data(), 128);
-        for (float v : outRight) {
-            rightPeak = std::max(rightPeak, std::fabs(v));
-        }
+    effect.effect->setParameter(effect.effect, 7, stereo);
+    std::vector<float> outLeft(left.size()), outRight(left.size());
+    for (size_t start = 0; start < left.size(); start += 128) {
+        effect.process(const_cast<float*>(left.data()) + start, const_cast<float*>(right.data()) + start,
+                       outLeft.data() + start, outRight.data() + start, 128);
     }
-    EXPECT_LT(rightPeak, 1e-6f) << "a silent right input stays silent in stereo";
+    return {outLeft, outRight};
+}
 
-    effect.process(const_cast<float*>(left.data()), const_cast<float*>(left.data()), outLeft.data(),
-                   outRight.data(), 128);
-    EXPECT_EQ(outLeft, outRight) << "one buffer for both inputs: both chains read it";
+TEST(PluginInterface, StereoMakesTheSecondChannelItsOwn) {
+    LoadedPlugin plugin;
+    const auto left = guitarLike(128 * 30, 48000);
+    std::vector<float> right(left.size());
+    for (size_t i = 0; i < right.size(); ++i) {
+        right[i] = 0.5f * left[(i * 7) % left.size()];
+    }
+    const auto [monoLeft, monoRight] = renderStereo(plugin, 0.0f, left, right);
+    EXPECT_EQ(monoLeft, monoRight) << "Stereo off: the second output copies the first";
+    const auto [stereoLeft, stereoRight] = renderStereo(plugin, 1.0f, left, right);
+    EXPECT_EQ(stereoLeft, monoLeft) << "the first chain does not care";
+    EXPECT_NE(stereoRight, stereoLeft) << "Stereo on: the second chain plays the second input";
+    const auto [twinLeft, twinRight] = renderStereo(plugin, 1.0f, left, left);
+    EXPECT_EQ(twinLeft, twinRight) << "twin chains on one signal agree";
 }
 
 TEST(PluginInterface, BlocksWhileSuspendedAreSilenceAndStateSurvivesResume) {

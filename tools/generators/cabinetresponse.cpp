@@ -4,7 +4,7 @@
 // The response is synthesised, not measured: a closed-back cabinet with one 12-inch guitar
 // speaker, a dynamic microphone 2.3 cm from the cone, the cabinet on the floor of a damped
 // room. Each part stands for one physical effect, and all are rendered at 44100 Hz with the
-// framework's own recursive filters (BiQuad, FirstOrderIIR, Iir and the filterdesign
+// framework's own recursive filters (BiQuad, FirstOrderIIR and the filterdesign
 // designs).
 //
 // The excitation, before the speaker and microphone shape it:
@@ -38,9 +38,11 @@
 
 #include "dsp/BiQuad.h"
 #include "dsp/FirstOrderIIR.h"
-#include "dsp/Iir.h"
-#include "filterdesign/Design.h"
 #include "filterdesign/IirDesignContext.h"
+#include "filterdesign/PrototypePoles.h"
+#include "filterdesign/Recurrence.h"
+#include "filterdesign/Request.h"
+#include "filterdesign/ZTransform.h"
 #include "runtime/DSPContext.h"
 
 #include <algorithm>
@@ -199,17 +201,40 @@ void filterWith(const FirstOrder& coefficients, Signal& signal) {
     runSection<nodara::FirstOrderIIR>(coefficients, signal);
 }
 
-/// Designs the request and runs the signal through it as one recursive filter.
-void filterWith(nodara::filterdesign::IirDesignContext request, Signal& signal) {
-    nodara::filterdesign::design(request);
-    nodara::Iir filter;
-    auto context = std::make_shared<nodara::DSPContext>();
-    filter.init("design", context);
-    filter.setMaxBlockSize(static_cast<nodara::int32>(signal.size()));
-    filter.setOrder(request.getOrder());
-    filter.setA(*request.getA());
-    filter.setB(*request.getB());
-    runThrough(filter, signal);
+/// The design's z-plane poles in conjugate pairs, each with two of its zeros, so that the
+/// design runs as a cascade of BiQuads: the same filter as the whole recurrence, in arithmetic
+/// that does not depend on the processor's vector units, so the bytes are the same everywhere.
+std::vector<nodara::filterdesign::PoleZeroSet> secondOrderSections(
+    const nodara::filterdesign::IirDesignContext& design) {
+    using namespace nodara::filterdesign;
+    const Request request = makeRequest(design);
+    validate(request);
+    PoleZeroSet zPlane = bilinearTransform(transformBand(prototypePoles(request), request));
+    std::vector<PoleZeroSet> sections;
+    while (!zPlane.poles.empty()) {
+        const Complex pole = zPlane.poles.back();
+        zPlane.poles.pop_back();
+        auto partner = std::min_element(zPlane.poles.begin(), zPlane.poles.end(),
+                                        [&](const Complex& x, const Complex& y) {
+                                            return std::abs(x - std::conj(pole)) < std::abs(y - std::conj(pole));
+                                        });
+        PoleZeroSet section{{pole, *partner}, {zPlane.zeros.back(), zPlane.zeros[zPlane.zeros.size() - 2]}};
+        zPlane.poles.erase(partner);
+        zPlane.zeros.resize(zPlane.zeros.size() - 2);
+        sections.push_back(section);
+    }
+    return sections;
+}
+
+/// Designs the request (even order, low- or high-pass) and runs the signal through it.
+void filterWith(const nodara::filterdesign::IirDesignContext& design, Signal& signal) {
+    const bool highPass = design.hasOption(nodara::filterdesign::Options::HighPass);
+    for (const auto& section : secondOrderSections(design)) {
+        const auto recurrence = nodara::filterdesign::expand(section, highPass ? -1.0 : 1.0);
+        filterWith(SecondOrder{{scalar(recurrence.a[0]), scalar(recurrence.a[1])},
+                               {scalar(recurrence.b[0]), scalar(recurrence.b[1]), scalar(recurrence.b[2])}},
+                   signal);
+    }
 }
 
 // ---- The excitation.
