@@ -16,21 +16,20 @@ namespace {
 // lost in the noise. Estimated plans also give the same bits on every run.
 constexpr unsigned plannerFlags = FFTW_ESTIMATE;
 
-/// The planner's lock and the live instances by size. Never destroyed, so that instances
-/// released during static destruction still find it.
-struct Registry {
+fftwf_complex* asComplex(float* spectrum) { return reinterpret_cast<fftwf_complex*>(spectrum); }
+
+} // namespace
+
+/// The planner's lock and the live instances by size.
+struct RealFft::Registry {
     std::mutex planner;
     std::map<std::uint32_t, std::weak_ptr<const RealFft>> bySize;
 };
 
-Registry& registry() {
-    static auto* instance = new Registry();
-    return *instance;
+const std::shared_ptr<RealFft::Registry>& RealFft::sharedRegistry() {
+    static const auto instance = std::make_shared<Registry>();
+    return instance;
 }
-
-fftwf_complex* asComplex(float* spectrum) { return reinterpret_cast<fftwf_complex*>(spectrum); }
-
-} // namespace
 
 struct RealFft::Plans {
     fftwf_plan forward = nullptr;
@@ -39,7 +38,8 @@ struct RealFft::Plans {
 
 // Called with the planner locked. The plans are made on scratch arrays with the alignment of
 // the arrays they will run on, as the new-array execute functions require.
-RealFft::RealFft(std::uint32_t size) : points(size), plans(std::make_unique<Plans>()) {
+RealFft::RealFft(std::uint32_t size, std::shared_ptr<Registry> registry)
+    : points(size), plans(std::make_unique<Plans>()), registry(std::move(registry)) {
     AlignedFloats time = makeAlignedFloats(size);
     AlignedFloats spectrum = makeAlignedFloats(size + 2);
     const int n = static_cast<int>(size);
@@ -48,7 +48,7 @@ RealFft::RealFft(std::uint32_t size) : points(size), plans(std::make_unique<Plan
 }
 
 RealFft::~RealFft() {
-    Registry& shared = registry();
+    Registry& shared = *registry;
     std::lock_guard lock(shared.planner);
     fftwf_destroy_plan(plans->forward);
     fftwf_destroy_plan(plans->backward);
@@ -60,12 +60,13 @@ RealFft::~RealFft() {
 }
 
 std::shared_ptr<const RealFft> RealFft::ofSize(std::uint32_t size) {
-    Registry& shared = registry();
+    const std::shared_ptr<Registry>& owner = sharedRegistry();
+    Registry& shared = *owner;
     std::lock_guard lock(shared.planner);
     std::weak_ptr<const RealFft>& entry = shared.bySize[size];
     std::shared_ptr<const RealFft> transforms = entry.lock();
     if (!transforms) {
-        transforms.reset(new RealFft(size));
+        transforms.reset(new RealFft(size, owner));
         entry = transforms;
     }
     return transforms;

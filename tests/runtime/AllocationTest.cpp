@@ -12,6 +12,9 @@ std::atomic<long> allocations{0};
 std::atomic<bool> counting{false};
 } // namespace
 
+// The replacements pair malloc with free; the compiler only sees free meet a pointer from new.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
 void* operator new(std::size_t size) {
     if (counting.load(std::memory_order_relaxed)) {
         allocations.fetch_add(1, std::memory_order_relaxed);

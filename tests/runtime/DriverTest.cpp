@@ -45,7 +45,8 @@ RecordedSystem recordedSystem(const std::string& document, int32 block = 64) {
 TEST(Driver, GraphsRunAtTheRateOfTheirMultipliers) {
     auto system = recordedSystem(rateChain(""));
     EXPECT_EQ(system.driver->getMultipliers(), (std::vector<double>{1.0, 2.0}));
-    runBlocks(*system.driver, {testSignal(63)}, 63);
+    std::vector<scalar> input = testSignal(63);
+    system.driver->process({input.data()}, 63);
     EXPECT_EQ(system.factory->made[0]->blocks, std::vector<size_t>{63});
     EXPECT_EQ(system.factory->made[1]->blocks, std::vector<size_t>{126});
     EXPECT_EQ(system.factory->made[1]->rates.back(), 96000.0f);
@@ -59,7 +60,8 @@ TEST(Driver, BlockSizesRoundToTheNearestFrame) {
                                  "</System>";
     auto system = recordedSystem(document);
     EXPECT_EQ(system.driver->blockSizeFor(1, 63), 32) << "floor(31.5 + 0.5)";
-    runBlocks(*system.driver, {testSignal(63)}, 63);
+    std::vector<scalar> input = testSignal(63);
+    system.driver->process({input.data()}, 63);
     EXPECT_EQ(system.factory->made[1]->blocks, std::vector<size_t>{32});
 }
 
