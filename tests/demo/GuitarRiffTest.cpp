@@ -44,9 +44,9 @@ TEST(GuitarRiff, IsNeverSilentForLong) {
     const auto window = static_cast<size_t>(0.2 * rate);
     for (size_t first = 0; first + window <= riff().size(); first += window / 4) {
         const auto begin = riff().begin() + static_cast<std::ptrdiff_t>(first);
-        const float loudest = std::fabs(*std::max_element(
-            begin, begin + static_cast<std::ptrdiff_t>(window),
-            [](float a, float b) { return std::fabs(a) < std::fabs(b); }));
+        const float loudest = std::fabs(
+            *std::max_element(begin, begin + static_cast<std::ptrdiff_t>(window),
+                              [](float a, float b) { return std::fabs(a) < std::fabs(b); }));
         EXPECT_GT(loudest, 0.02f) << "the 0.2 s from " << first / rate << " s are near silent";
     }
 }
@@ -97,11 +97,11 @@ std::vector<RiffNote> notesHeardAlone() {
     std::vector<RiffNote> alone;
     for (const auto& note : notes) {
         const double from = note.start + 0.1, to = note.start + 0.4;
-        const bool clear = to < note.release &&
-                           std::none_of(notes.begin(), notes.end(), [&](const RiffNote& other) {
-                               return &other != &note && other.start < to &&
-                                      other.release + 0.1 > from;
-                           });
+        const bool clear =
+            to < note.release &&
+            std::none_of(notes.begin(), notes.end(), [&](const RiffNote& other) {
+                return &other != &note && other.start < to && other.release + 0.1 > from;
+            });
         if (clear) {
             alone.push_back(note);
         }
@@ -114,7 +114,8 @@ TEST(GuitarRiff, NotesHeardAloneHaveThePitchOfTheirFret) {
     ASSERT_FALSE(alone.empty());
     for (const auto& note : alone) {
         const auto first = static_cast<size_t>((note.start + 0.1) * rate);
-        const double measured = autocorrelationPitch(riff(), first, static_cast<size_t>(0.3 * rate), rate);
+        const double measured =
+            autocorrelationPitch(riff(), first, static_cast<size_t>(0.3 * rate), rate);
         const double expected = noteFrequency(note.string, note.fret);
         EXPECT_NEAR(measured / expected, 1.0, 0.01)
             << "string " << note.string << " fret " << note.fret << " at " << note.start << " s";

@@ -27,8 +27,8 @@ inline double autocorrelationPitch(const std::vector<float>& signal, size_t firs
         best = std::max(best, correlation[lag]);
     }
     for (size_t lag = shortest; lag <= longest; ++lag) {
-        const bool peak = correlation[lag] >= correlation[lag - 1] &&
-                          correlation[lag] >= correlation[lag + 1];
+        const bool peak =
+            correlation[lag] >= correlation[lag - 1] && correlation[lag] >= correlation[lag + 1];
         if (peak && correlation[lag] >= 0.9 * best) {
             const double a = correlation[lag - 1], b = correlation[lag], c = correlation[lag + 1];
             const double offset = 0.5 * (a - c) / (a - 2.0 * b + c);

@@ -41,9 +41,8 @@ TEST(PluckedString, IsInTuneWithinACentAcrossTheNeckAndRates) {
         for (double frequency : {82.41, 110.0, 196.0, 329.63, 493.88, 880.0}) {
             PluckedString string(pluckAt(frequency, rate));
             const auto samples = play(string, 0.7, rate);
-            const double measured =
-                autocorrelationPitch(samples, static_cast<size_t>(0.3 * rate),
-                                     static_cast<size_t>(0.2 * rate), rate);
+            const double measured = autocorrelationPitch(samples, static_cast<size_t>(0.3 * rate),
+                                                         static_cast<size_t>(0.2 * rate), rate);
             EXPECT_NEAR(1200.0 * std::log2(measured / frequency), 0.0, 1.0)
                 << frequency << " Hz at " << rate << " Hz";
         }

@@ -15,9 +15,9 @@ const std::vector<std::string> reported = {"Volume",  "Feedback", "Output", "Ove
 
 TEST(ParameterLookup, ExactThenFirstEightLettersInAnyCaseThenIndex) {
     const std::vector<std::pair<std::string, int>> cases = {
-        {"Output", 2},       {"Oversamp", 3},     {"Oversampling", 3}, {"oversampling", 3},
-        {"OVERSAMPLE", 3},   {"cpu", 5},          {"stereo", 7},       {"0", 0},
-        {"7", 7},            {"Feedback!", 1},
+        {"Output", 2},     {"Oversamp", 3},  {"Oversampling", 3}, {"oversampling", 3},
+        {"OVERSAMPLE", 3}, {"cpu", 5},       {"stereo", 7},       {"0", 0},
+        {"7", 7},          {"Feedback!", 1},
     };
     for (const auto& [wanted, index] : cases) {
         EXPECT_EQ(findParameter(reported, wanted), index) << wanted;

@@ -37,11 +37,9 @@ TEST(PluginHost, DrivesTheEffectInTheHostOrder) {
         EXPECT_EQ(c[0], 0.5f);
     }
     const std::vector<std::string> expected = {
-        "version 2400",  "open",        "rate 48000",
-        "block 256",     "arrangement 1/2 1/2",
-        "set 0 0.5",     "mains 1",     "host 48000 256 4 Quillon Audio",
-        "process 256",   "process 100", "mains 0",
-        "close"};
+        "version 2400",        "open",        "rate 48000", "block 256",
+        "arrangement 1/2 1/2", "set 0 0.5",   "mains 1",    "host 48000 256 4 Quillon Audio",
+        "process 256",         "process 100", "mains 0",    "close"};
     EXPECT_EQ(log.lines(), expected) << "the destructor suspends, closes, then unloads";
 }
 

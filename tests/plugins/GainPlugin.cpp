@@ -13,7 +13,10 @@
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <algorithm>
+#include <memory>
 #include <string>
+#include <vector>
 
 #define TEST_EXPORT __attribute__((visibility("default")))
 
@@ -46,6 +49,10 @@ struct GainEffect {
     int blocks = 0;
 };
 
+/// The effects made and not yet closed. A host that refuses a broken effect without closing it
+/// leaves it here, and unloading the library frees it.
+std::vector<std::unique_ptr<GainEffect>> effects;
+
 GainEffect& self(vst2::AEffect* effect) { return *static_cast<GainEffect*>(effect->object); }
 
 /// What the host answers when the effect starts: its rate, block size, process level, vendor.
@@ -58,13 +65,14 @@ void logHostAnswers(GainEffect& gain) {
     const auto block = ask(vst2::audioMasterGetBlockSize);
     const auto level = ask(vst2::audioMasterGetCurrentProcessLevel);
     ask(vst2::audioMasterGetVendorString, vendor);
-    log("host " + std::to_string(rate) + " " + std::to_string(block) + " " +
-        std::to_string(level) + " " + vendor);
+    log("host " + std::to_string(rate) + " " + std::to_string(block) + " " + std::to_string(level) +
+        " " + vendor);
 }
 
 std::string arrangement(const vst2::VstSpeakerArrangement* layout) {
-    return layout == nullptr ? "none"
-                             : std::to_string(layout->type) + "/" + std::to_string(layout->numChannels);
+    return layout == nullptr
+               ? "none"
+               : std::to_string(layout->type) + "/" + std::to_string(layout->numChannels);
 }
 
 vst2::VstIntPtr dispatcher(vst2::AEffect* effect, vst2::VstInt32 opcode, vst2::VstInt32 index,
@@ -76,7 +84,7 @@ vst2::VstIntPtr dispatcher(vst2::AEffect* effect, vst2::VstInt32 opcode, vst2::V
         return 0;
     case vst2::effClose:
         log("close");
-        delete &gain;
+        std::erase_if(effects, [&](const auto& made) { return made.get() == &gain; });
         return 0;
     case vst2::effSetSampleRate:
         log("rate " + number(opt));
@@ -148,11 +156,11 @@ vst2::AEffect* createEffect(vst2::AudioMasterCallback host) {
     if (fault == Fault::nullEffect) {
         return nullptr;
     }
-    auto* gain = new GainEffect;
+    auto* gain = effects.emplace_back(std::make_unique<GainEffect>()).get();
     gain->host = host;
     vst2::AEffect& record = gain->record;
-    record.magic = fault == Fault::badMagic ? vst2::fourCharacters('N', 'o', 'p', 'e')
-                                            : vst2::effectMagic;
+    record.magic =
+        fault == Fault::badMagic ? vst2::fourCharacters('N', 'o', 'p', 'e') : vst2::effectMagic;
     record.dispatcher = dispatcher;
     record.setParameter = setParameter;
     record.getParameter = getParameter;

@@ -32,7 +32,8 @@ public:
     /// The calls since the effect's entry point last ran.
     std::vector<std::string> lines() const {
         using Calls = const char* (*)();
-        const auto calls = handle ? reinterpret_cast<Calls>(::dlsym(handle, "testPluginCalls")) : nullptr;
+        const auto calls =
+            handle ? reinterpret_cast<Calls>(::dlsym(handle, "testPluginCalls")) : nullptr;
         std::vector<std::string> result;
         std::istringstream text(calls ? calls() : "");
         for (std::string line; std::getline(text, line);) {

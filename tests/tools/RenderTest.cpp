@@ -14,7 +14,8 @@ Audio steps(int channels, size_t frames, int rate = 48000) {
     Audio audio{channels, rate, {}};
     for (size_t i = 0; i < frames; ++i) {
         for (int c = 0; c < channels; ++c) {
-            audio.samples.push_back(static_cast<float>(int(i % 97) - 48) / 64.0f * (c == 0 ? 1.0f : -0.5f));
+            audio.samples.push_back(static_cast<float>(int(i % 97) - 48) / 64.0f *
+                                    (c == 0 ? 1.0f : -0.5f));
         }
     }
     return audio;
@@ -51,8 +52,10 @@ TEST(Render, MonoAndStereoFilesKeepTheirChannelsThroughTheEffect) {
                               (scratch() / "mono-out.wav").string() + "\n");
     EXPECT_EQ(result.err, "");
 
+    // --rate tells the effect another rate; the file keeps its own.
     const Audio stereo = steps(2, 1000, 44100);
-    result = render(written("stereo.wav", stereo), "stereo-out.wav", gain + " --set Level=0.25");
+    result = render(written("stereo.wav", stereo), "stereo-out.wav",
+                    gain + " --set Level=0.25 --rate 96000");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     expectScaled(readWav(scratch() / "stereo-out.wav"), stereo, 0.25f);
 }
@@ -82,18 +85,12 @@ TEST(Render, TimedValuesApplyAtTheFirstBlockThatStartsAtOrAfterTheirTime) {
 TEST(Render, BlockSizesThatDoNotDivideTheFileGiveTheSameOutput) {
     const Audio input = steps(2, 1000);
     const auto in = written("blocks.wav", input);
-    for (const char* block : {"1", "7", "300", "1000", "4096"}) {
-        const auto result = render(in, "blocks-out.wav", gain + " --set Level=0.5 --block " + block);
+    for (const char* block : {"7", "300", "4096"}) {
+        const auto result =
+            render(in, "blocks-out.wav", gain + " --set Level=0.5 --block " + block);
         ASSERT_EQ(result.exitCode, 0) << block << ": " << result.err;
         expectScaled(readWav(scratch() / "blocks-out.wav"), input, 0.5f);
     }
-}
-
-TEST(Render, RateTellsTheEffectWithoutResamplingTheFile) {
-    const Audio input = steps(1, 441, 44100);
-    const auto result = render(written("rate.wav", input), "rate-out.wav", gain + " --rate 96000");
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    expectScaled(readWav(scratch() / "rate-out.wav"), input, 1.0f);
 }
 
 TEST(Render, WithoutAnInputItRendersTenSecondsOfTheDemoRiff) {
@@ -102,7 +99,8 @@ TEST(Render, WithoutAnInputItRendersTenSecondsOfTheDemoRiff) {
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "") << "no progress bar when stderr is not a terminal";
     EXPECT_EQ(result.out, "rendered the demo riff: 480000 frames (10.00 s, mono) through Test "
-                          "gain to " + out.string() + "\n");
+                          "gain to " +
+                              out.string() + "\n");
     Audio output = readWav(out);
     EXPECT_EQ(output.channels, 1);
     EXPECT_EQ(output.rate, 48000);
@@ -142,12 +140,13 @@ TEST(Render, FailuresExitOneNameTheCauseAndLeaveNoOutput) {
         std::string message;
     };
     const std::vector<Case> cases = {
-        {" --plugin /no/such/effect.so", "torvane render: plug-in /no/such/effect.so: no such file"},
+        {" --plugin /no/such/effect.so",
+         "torvane render: plug-in /no/such/effect.so: no such file"},
         {" --plugin " + notAPlugin.string(), ": cannot be loaded: "},
         {" --plugin " + testPlugin("test_plugin_no_entry"), ": no entry point"},
         {" --plugin " + testPlugin("test_plugin_bad_magic"), ": not a VST 2 effect"},
-        {gain + " --set Gain=1",
-         "no parameter \"Gain\"; its parameters are \"Level\", \"Oversamp\" (or an index from 0 to 1)"},
+        {gain + " --set Gain=1", "no parameter \"Gain\"; its parameters are \"Level\", "
+                                 "\"Oversamp\" (or an index from 0 to 1)"},
         {gain + " --set 2=1", "no parameter \"2\""},
         {" --plugin " + testPlugin("test_plugin_throws") + " --block 100",
          "processReplacing failed: the test effect fails on its third block"},
@@ -166,7 +165,8 @@ TEST(Render, UsageMistakesExitTwo) {
     const auto in = written("usage-in.wav", steps(1, 10));
     EXPECT_EQ(torvane("render --help").exitCode, 0);
     EXPECT_EQ(torvane("render --in " + in.string() + gain).exitCode, 2) << "no --out";
-    for (const char* more : {" --block 0", " --set Level=2", " --set Level", " --rate -1", " extra"}) {
+    for (const char* more :
+         {" --block 0", " --set Level=2", " --set Level", " --rate -1", " extra"}) {
         EXPECT_EQ(render(in, "usage-out.wav", gain + more).exitCode, 2) << more;
     }
     EXPECT_FALSE(std::filesystem::exists(scratch() / "usage-out.wav"));

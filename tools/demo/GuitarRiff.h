@@ -9,7 +9,7 @@ struct RiffNote {
     int string = 0;
     int fret = 0;
     double start = 0.0;    ///< seconds
-    double release = 0.0;  ///< seconds: when a lifted finger or the next note on the string damps it
+    double release = 0.0;  ///< seconds: a lifted finger or the next note on the string damps it
     double velocity = 0.8;
     bool palmMuted = false;
 };

@@ -73,16 +73,16 @@ PluckedString::LoopLoss PluckedString::designLoss(double decayLow, double decayH
         result.pole = b > 1.0 ? b - std::sqrt(b * b - 1.0) : 0.0;
     }
     const double a = result.pole;
-    result.gain = std::min(lowLoss * std::sqrt(1.0 - 2.0 * a * std::cos(w0) + a * a) / (1.0 - a),
-                           0.99999);
+    result.gain =
+        std::min(lowLoss * std::sqrt(1.0 - 2.0 * a * std::cos(w0) + a * a) / (1.0 - a), 0.99999);
     result.phaseDelay = std::atan2(a * std::sin(w0), 1.0 - a * std::cos(w0)) / w0;
     return result;
 }
 
 std::vector<double> PluckedString::makeExcitation(const Pluck& pluck) const {
     const double beta = std::clamp(pluck.pickPosition, 0.02, 0.5);
-    const double hardnessHz = (1200.0 + 4800.0 * pluck.velocity * pluck.velocity) *
-                              (pluck.palmMuted ? 0.6 : 1.0);
+    const double hardnessHz =
+        (1200.0 + 4800.0 * pluck.velocity * pluck.velocity) * (pluck.palmMuted ? 0.6 : 1.0);
     const double smoothing = onePolePole(hardnessHz, rate);
     // The slope of the shape, which the pickup hears, is the same for every note and pick point.
     const double height = pluck.velocity * beta * period / 50.0;

@@ -8,15 +8,15 @@ namespace torvane::demo {
 
 /// How one note is played on one string.
 struct Pluck {
-    double frequency = 110.0;   ///< Hz of the fretted note
+    double frequency = 110.0;  ///< Hz of the fretted note
     double sampleRate = 48000.0;
-    double velocity = 0.8;      ///< 0 to 1: loudness and pick hardness
-    bool palmMuted = false;     ///< the palm rests on the strings at the bridge
+    double velocity = 0.8;   ///< 0 to 1: loudness and pick hardness
+    bool palmMuted = false;  ///< the palm rests on the strings at the bridge
     /// Distances from the bridge as fractions of the vibrating length, which shrinks as the
     /// string is fretted: where the pick strikes and where the pickup senses.
     double pickPosition = 0.12;
     double pickupPosition = 0.2;
-    std::uint64_t seed = 1;     ///< of the pick's noise
+    std::uint64_t seed = 1;  ///< of the pick's noise
 };
 
 /// A plucked string by an extended Karplus-Strong loop (Jaffe and Smith, 1983):

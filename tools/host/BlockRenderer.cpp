@@ -12,11 +12,13 @@ BlockRenderer::BlockRenderer(PluginHost& plugin, RenderSetup renderSetup)
                                     std::to_string(setup.channels));
     }
     const auto frames = static_cast<size_t>(setup.blockFrames);
-    const PluginIdentity& identity = plugin.identity();
+    // Two of each at least: an effect may touch a second channel whatever it announces.
+    const int inputs = std::max(plugin.identity().inputs, 2);
+    const int outputs = std::max(plugin.identity().outputs, 2);
     // The last input buffer stays silent: it feeds effect inputs beyond the file's channels.
     inputBuffers.assign(static_cast<size_t>(setup.channels) + 1, std::vector<float>(frames));
-    outputBuffers.assign(static_cast<size_t>(identity.outputs), std::vector<float>(frames));
-    for (int i = 0; i < identity.inputs; ++i) {
+    outputBuffers.assign(static_cast<size_t>(outputs), std::vector<float>(frames));
+    for (int i = 0; i < inputs; ++i) {
         const int source = setup.channels == 1 ? 0 : std::min(i, setup.channels);
         inputPointers.push_back(inputBuffers[static_cast<size_t>(source)].data());
     }
@@ -79,8 +81,10 @@ std::vector<const float*> BlockRenderer::process(const std::vector<const float*>
     plugin.process(inputPointers.data(), outputPointers.data(), frames);
     framesDone += frames;
     std::vector<const float*> result;
+    // An effect with one output gives it to both channels.
+    const auto lastOutput = static_cast<size_t>(plugin.identity().outputs - 1);
     for (size_t c = 0; c < channels.size(); ++c) {
-        result.push_back(outputPointers[std::min(c, outputPointers.size() - 1)]);
+        result.push_back(outputPointers[std::min(c, lastOutput)]);
     }
     return result;
 }

@@ -51,7 +51,7 @@ private:
     RenderSetup setup;
     std::vector<bool> applied;
     std::vector<std::vector<float>> inputBuffers;   ///< one per file channel, plus silence
-    std::vector<std::vector<float>> outputBuffers;  ///< one per effect output
+    std::vector<std::vector<float>> outputBuffers;  ///< one per effect output, two at least
     std::vector<float*> inputPointers;
     std::vector<float*> outputPointers;
     long long framesDone = 0;

@@ -24,9 +24,9 @@ int indexWhere(const std::vector<std::string>& names, auto matches) {
 
 /// A whole number below `count`, or -1.
 int indexNumber(const std::string& text, size_t count) {
-    const bool digits = !text.empty() && text.size() <= 9 &&
-                        std::all_of(text.begin(), text.end(),
-                                    [](unsigned char c) { return std::isdigit(c) != 0; });
+    const bool digits =
+        !text.empty() && text.size() <= 9 &&
+        std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
     if (!digits) {
         return -1;
     }
@@ -51,7 +51,8 @@ int findParameter(const std::vector<std::string>& names, const std::string& want
     int index = indexWhere(names, [&](const std::string& name) { return name == wanted; });
     if (index < 0) {
         const std::string prefix = foldedPrefix(wanted);
-        index = indexWhere(names, [&](const std::string& name) { return foldedPrefix(name) == prefix; });
+        index = indexWhere(names,
+                           [&](const std::string& name) { return foldedPrefix(name) == prefix; });
     }
     if (index < 0) {
         index = indexNumber(wanted, names.size());

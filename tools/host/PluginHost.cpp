@@ -115,17 +115,14 @@ void PluginHost::fail(const std::string& what) const {
     throw std::runtime_error("plug-in " + libraryPath + ": " + what);
 }
 
-/// Runs a call into the effect; an exception that leaves it becomes a failure naming the call.
 template <class Call>
-auto guarded(const PluginHost& host, const char* call, Call&& body) {
+auto PluginHost::guarded(const char* call, Call&& body) const {
     try {
         return body();
     } catch (const std::exception& error) {
-        throw std::runtime_error("plug-in " + host.path() + ": " + call + " failed: " +
-                                 error.what());
+        fail(std::string(call) + " failed: " + error.what());
     } catch (...) {
-        throw std::runtime_error("plug-in " + host.path() + ": " + call +
-                                 " failed with an unknown exception");
+        fail(std::string(call) + " failed with an unknown exception");
     }
 }
 
@@ -140,7 +137,7 @@ void PluginHost::callEntryPoint() {
     const auto pluginEntry = reinterpret_cast<vst2::PluginEntry>(entry);
     {
         LoadingScope loading(this);
-        effect = guarded(*this, "the entry point", [&] { return pluginEntry(audioMaster); });
+        effect = guarded("the entry point", [&] { return pluginEntry(audioMaster); });
     }
     checkEffect();
 }
@@ -150,10 +147,12 @@ void PluginHost::checkEffect() {
         fail("the entry point returned no effect");
     }
     if (effect->magic != vst2::effectMagic) {
-        char found[16];
-        std::snprintf(found, sizeof found, "0x%08x", static_cast<unsigned>(effect->magic));
+        char numbers[64];
+        std::snprintf(numbers, sizeof numbers, "0x%08x instead of 0x%08x",
+                      static_cast<unsigned>(effect->magic),
+                      static_cast<unsigned>(vst2::effectMagic));
         effect = nullptr;
-        fail(std::string("not a VST 2 effect: magic number ") + found + " instead of 0x56737450");
+        fail(std::string("not a VST 2 effect: magic number ") + numbers);
     }
     if (effect->dispatcher == nullptr) {
         effect = nullptr;
@@ -181,7 +180,7 @@ void PluginHost::checkEffect() {
 VstIntPtr PluginHost::dispatch(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                float opt) {
     const std::string call = "dispatcher opcode " + std::to_string(opcode);
-    return guarded(*this, call.c_str(),
+    return guarded(call.c_str(),
                    [&] { return effect->dispatcher(effect, opcode, index, value, ptr, opt); });
 }
 
@@ -213,7 +212,8 @@ void PluginHost::prepare(double sampleRate, int maxBlock, ChannelLayout layout) 
         throw std::logic_error("PluginHost: prepare while the effect runs");
     }
     if (!(sampleRate > 0.0) || maxBlock < 1) {
-        throw std::invalid_argument("PluginHost: the sample rate and the block size must be above 0");
+        throw std::invalid_argument(
+            "PluginHost: the sample rate and the block size must be above 0");
     }
     rate = sampleRate;
     blockFrames = maxBlock;
@@ -252,7 +252,7 @@ void PluginHost::setParameter(int index, float value) {
     if (effect->setParameter == nullptr) {
         fail("the effect has parameters but no setParameter call");
     }
-    guarded(*this, "setParameter", [&] { effect->setParameter(effect, index, value); });
+    guarded("setParameter", [&] { effect->setParameter(effect, index, value); });
 }
 
 float PluginHost::parameter(int index) const {
@@ -260,7 +260,7 @@ float PluginHost::parameter(int index) const {
     if (effect->getParameter == nullptr) {
         fail("the effect has parameters but no getParameter call");
     }
-    return guarded(*this, "getParameter", [&] { return effect->getParameter(effect, index); });
+    return guarded("getParameter", [&] { return effect->getParameter(effect, index); });
 }
 
 void PluginHost::process(float** inputs, float** outputs, int frames) {
@@ -271,8 +271,7 @@ void PluginHost::process(float** inputs, float** outputs, int frames) {
         throw std::logic_error("PluginHost: a block of " + std::to_string(frames) +
                                " frames, outside 1 to " + std::to_string(blockFrames));
     }
-    guarded(*this, "processReplacing",
-            [&] { effect->processReplacing(effect, inputs, outputs, frames); });
+    guarded("processReplacing", [&] { effect->processReplacing(effect, inputs, outputs, frames); });
 }
 
 void PluginHost::closeEffect() noexcept {

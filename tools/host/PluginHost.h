@@ -78,6 +78,9 @@ private:
                              vst2::VstIntPtr value = 0, void* ptr = nullptr, float opt = 0.0f);
     void checkParameterIndex(int index) const;
     void closeEffect() noexcept;
+    /// Runs a call into the effect; an exception that leaves it becomes a failure naming it.
+    template <class Call>
+    auto guarded(const char* call, Call&& body) const;
     [[noreturn]] void fail(const std::string& what) const;
 
     std::string libraryPath;

@@ -127,8 +127,7 @@ std::unique_ptr<RenderSource> openSource(const RenderOptions& options) {
     if (options.input) {
         auto source = std::make_unique<FileSource>(*options.input);
         if (source->channels() > 2) {
-            throw std::runtime_error(*options.input + " has " +
-                                     std::to_string(source->channels()) +
+            throw std::runtime_error(*options.input + " has " + std::to_string(source->channels()) +
                                      " channels; render takes a mono or a stereo file");
         }
         return source;
@@ -199,8 +198,8 @@ int renderCommand(Arguments& arguments) {
         frames = renderAll(*source, renderer, writer, options.blockFrames);
     }
     writer.commit();
-    std::printf("rendered %s: %lld frames (%.2f s, %s) through %s to %s\n",
-                source->name().c_str(), frames, static_cast<double>(frames) / setup.audioRate,
+    std::printf("rendered %s: %lld frames (%.2f s, %s) through %s to %s\n", source->name().c_str(),
+                frames, static_cast<double>(frames) / setup.audioRate,
                 setup.channels == 1 ? "mono" : "stereo", pluginName(plugin).c_str(),
                 options.output.c_str());
     return 0;
