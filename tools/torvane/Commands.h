@@ -17,6 +17,7 @@ int ampCommand(Arguments& arguments);
 int tablesCommand(Arguments& arguments);
 int infoCommand(Arguments& arguments);
 int designCommand(Arguments& arguments);
+int renderCommand(Arguments& arguments);
 
 /// The text of a file, or a FileError naming it.
 std::string readTextFile(const std::string& path);

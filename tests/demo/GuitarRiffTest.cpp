@@ -1,0 +1,126 @@
+#include "demo/Pitch.h"
+
+#include "tools/demo/GuitarRiff.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace nodara::testing {
+namespace {
+
+using torvane::demo::guitarRiff;
+using torvane::demo::noteFrequency;
+using torvane::demo::RiffNote;
+using torvane::demo::riffNotes;
+
+constexpr double rate = 48000.0;
+
+const std::vector<float>& riff() {
+    static const std::vector<float> samples = guitarRiff(rate);
+    return samples;
+}
+
+TEST(GuitarRiff, LastsTenSecondsAtAnyRate) {
+    EXPECT_EQ(riff().size(), 480000u);
+    EXPECT_EQ(guitarRiff(44100.0).size(), 441000u);
+    EXPECT_EQ(guitarRiff(8000.0).size(), 80000u);
+    EXPECT_THROW(guitarRiff(4000.0), std::invalid_argument);
+}
+
+TEST(GuitarRiff, PeaksAtMinusSixDecibelsWithEverySampleFinite) {
+    float peak = 0.0f;
+    for (float sample : riff()) {
+        ASSERT_TRUE(std::isfinite(sample));
+        peak = std::max(peak, std::fabs(sample));
+    }
+    EXPECT_NEAR(20.0 * std::log10(peak), -6.0, 0.01);
+}
+
+TEST(GuitarRiff, GivesTheSameSamplesEveryTime) { EXPECT_EQ(guitarRiff(rate), riff()); }
+
+TEST(GuitarRiff, IsNeverSilentForLong) {
+    const auto window = static_cast<size_t>(0.2 * rate);
+    for (size_t first = 0; first + window <= riff().size(); first += window / 4) {
+        const auto begin = riff().begin() + static_cast<std::ptrdiff_t>(first);
+        const float loudest = std::fabs(
+            *std::max_element(begin, begin + static_cast<std::ptrdiff_t>(window),
+                              [](float a, float b) { return std::fabs(a) < std::fabs(b); }));
+        EXPECT_GT(loudest, 0.02f) << "the 0.2 s from " << first / rate << " s are near silent";
+    }
+}
+
+/// Notes whose starts lie within `spread` seconds of each other, grouped.
+std::vector<std::vector<RiffNote>> onsets(double spread) {
+    std::vector<std::vector<RiffNote>> groups;
+    for (const auto& note : riffNotes()) {
+        if (groups.empty() || note.start - groups.back().back().start > spread) {
+            groups.emplace_back();
+        }
+        groups.back().push_back(note);
+    }
+    return groups;
+}
+
+TEST(GuitarRiff, PlaysPalmMutesSingleNotesDoubleStopsAndStrummedChords) {
+    const auto notes = riffNotes();
+    EXPECT_GE(std::count_if(notes.begin(), notes.end(), [](auto& n) { return n.palmMuted; }), 8);
+    int singles = 0, doubleStops = 0, chords = 0;
+    for (const auto& group : onsets(0.03)) {
+        singles += group.size() == 1;
+        doubleStops += group.size() == 2;
+        if (group.size() >= 4) {
+            ++chords;
+            // A strum: one string after another, a few milliseconds apart.
+            for (size_t i = 1; i < group.size(); ++i) {
+                const double gap = group[i].start - group[i - 1].start;
+                EXPECT_GT(gap, 0.002);
+                EXPECT_LT(gap, 0.03);
+                EXPECT_EQ(std::abs(group[i].string - group[i - 1].string), 1);
+            }
+        }
+    }
+    EXPECT_GE(singles, 8);
+    EXPECT_GE(doubleStops, 2);
+    EXPECT_GE(chords, 3);
+    for (const auto& note : notes) {
+        EXPECT_LT(note.start, note.release);
+        EXPECT_LE(note.release, torvane::demo::riffSeconds);
+    }
+}
+
+/// A note that sounds alone from 0.1 s to 0.4 s after its start: every other note has begun
+/// later or has been damped (its release plus 0.1 s) before.
+std::vector<RiffNote> notesHeardAlone() {
+    const auto notes = riffNotes();
+    std::vector<RiffNote> alone;
+    for (const auto& note : notes) {
+        const double from = note.start + 0.1, to = note.start + 0.4;
+        const bool clear =
+            to < note.release &&
+            std::none_of(notes.begin(), notes.end(), [&](const RiffNote& other) {
+                return &other != &note && other.start < to && other.release + 0.1 > from;
+            });
+        if (clear) {
+            alone.push_back(note);
+        }
+    }
+    return alone;
+}
+
+TEST(GuitarRiff, NotesHeardAloneHaveThePitchOfTheirFret) {
+    const auto alone = notesHeardAlone();
+    ASSERT_FALSE(alone.empty());
+    for (const auto& note : alone) {
+        const auto first = static_cast<size_t>((note.start + 0.1) * rate);
+        const double measured =
+            autocorrelationPitch(riff(), first, static_cast<size_t>(0.3 * rate), rate);
+        const double expected = noteFrequency(note.string, note.fret);
+        EXPECT_NEAR(measured / expected, 1.0, 0.01)
+            << "string " << note.string << " fret " << note.fret << " at " << note.start << " s";
+    }
+}
+
+} // namespace
+} // namespace nodara::testing

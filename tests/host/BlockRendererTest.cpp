@@ -1,0 +1,111 @@
+#include "support/TestPlugins.h"
+
+#include "tools/host/BlockRenderer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace nodara::testing {
+namespace {
+
+using torvane::host::BlockRenderer;
+using torvane::host::ParameterChange;
+using torvane::host::PluginHost;
+using torvane::host::RenderSetup;
+
+using Channels = std::vector<std::vector<float>>;
+
+Channels ramps(int channels, size_t frames) {
+    Channels signal(static_cast<size_t>(channels), std::vector<float>(frames));
+    for (size_t c = 0; c < signal.size(); ++c) {
+        for (size_t i = 0; i < frames; ++i) {
+            signal[c][i] = static_cast<float>(i + 1) * (c == 0 ? 0.001f : -0.002f);
+        }
+    }
+    return signal;
+}
+
+/// Renders `input` in blocks of `setup.blockFrames` through the test gain effect.
+Channels render(const Channels& input, RenderSetup setup) {
+    PluginHost host(testPlugin("test_gain_plugin"));
+    BlockRenderer renderer(host, setup);
+    Channels output(input.size());
+    const size_t frames = input[0].size();
+    for (size_t start = 0; start < frames; start += static_cast<size_t>(setup.blockFrames)) {
+        const size_t count = std::min(frames - start, static_cast<size_t>(setup.blockFrames));
+        std::vector<const float*> block;
+        for (const auto& channel : input) {
+            block.push_back(channel.data() + start);
+        }
+        const auto result = renderer.process(block, static_cast<int>(count));
+        for (size_t c = 0; c < input.size(); ++c) {
+            output[c].insert(output[c].end(), result[c], result[c] + count);
+        }
+    }
+    return output;
+}
+
+RenderSetup setupFor(int channels, int blockFrames) {
+    RenderSetup setup;
+    setup.channels = channels;
+    setup.audioRate = 1000.0;
+    setup.pluginRate = 1000.0;
+    setup.blockFrames = blockFrames;
+    return setup;
+}
+
+TEST(BlockRenderer, MonoIsAnnouncedAsMonoAndFeedsBothInputsFromOneBuffer) {
+    CallLog log;
+    auto setup = setupFor(1, 64);
+    setup.pluginRate = 96000.0;
+    setup.changes = {ParameterChange{0, 0.5f, std::nullopt}};
+    const Channels input = ramps(1, 100);
+    const Channels output = render(input, setup);
+    ASSERT_EQ(output.size(), 1u);
+    ASSERT_EQ(output[0].size(), 100u);
+    for (size_t i = 0; i < 100; ++i) {
+        ASSERT_EQ(output[0][i], input[0][i] * 0.5f) << i;
+    }
+    EXPECT_EQ(log.linesStartingWith("arrangement"),
+              std::vector<std::string>{"arrangement 0/1 0/1"});
+    EXPECT_EQ(log.linesStartingWith("process"),
+              (std::vector<std::string>{"process 64 shared", "process 36 shared"}))
+        << "never more than the announced block, the last one shorter";
+    EXPECT_EQ(log.linesStartingWith("host"),
+              std::vector<std::string>{"host 96000 64 4 Quillon Audio"})
+        << "the effect's rate, not the audio's";
+}
+
+TEST(BlockRenderer, StereoKeepsTheChannelsApart) {
+    CallLog log;
+    const Channels input = ramps(2, 50);
+    const Channels output = render(input, setupFor(2, 50));
+    ASSERT_EQ(output.size(), 2u);
+    EXPECT_EQ(output, input) << "Level defaults to 1";
+    EXPECT_EQ(log.linesStartingWith("arrangement"),
+              std::vector<std::string>{"arrangement 1/2 1/2"});
+    EXPECT_EQ(log.linesStartingWith("process"), std::vector<std::string>{"process 50"});
+}
+
+TEST(BlockRenderer, TimedChangesComeBeforeTheFirstBlockStartingAtOrAfterTheirTime) {
+    CallLog log;
+    auto setup = setupFor(1, 100);
+    setup.changes = {ParameterChange{0, 0.25f, 0.25}, ParameterChange{1, 1.0f, std::nullopt},
+                     ParameterChange{0, 0.125f, 0.35}};
+    const Channels input(1, std::vector<float>(500, 1.0f));
+    const Channels output = render(input, setup);
+    EXPECT_EQ(output[0][299], 1.0f);
+    EXPECT_EQ(output[0][300], 0.25f) << "0.25 s is frame 250: the block at 300 takes it";
+    EXPECT_EQ(output[0][399], 0.25f);
+    EXPECT_EQ(output[0][400], 0.125f) << "0.35 s falls inside the block at 300";
+    const auto lines = log.lines();
+    const auto at = [&](const std::string& line) {
+        return std::find(lines.begin(), lines.end(), line) - lines.begin();
+    };
+    EXPECT_LT(at("set 1 1"), at("mains 1")) << "untimed values come before the start";
+    EXPECT_EQ(at("set 0 0.25"), at("process 100 shared") + 3) << "after three blocks";
+}
+
+} // namespace
+} // namespace nodara::testing

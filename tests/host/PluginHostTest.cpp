@@ -1,0 +1,158 @@
+#include "support/TestPlugins.h"
+
+#include "tools/host/PluginHost.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace nodara::testing {
+namespace {
+
+using torvane::host::ChannelLayout;
+using torvane::host::PluginHost;
+
+/// The message of the std::runtime_error that loading `path` throws, or "" when it loads.
+std::string loadError(const std::string& path) {
+    try {
+        PluginHost host(path);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(PluginHost, DrivesTheEffectInTheHostOrder) {
+    CallLog log;
+    {
+        PluginHost host(testPlugin("test_gain_plugin"));
+        host.prepare(48000.0, 256, ChannelLayout::stereo);
+        host.setParameter(0, 0.5f);
+        host.resume();
+        std::vector<float> a(256, 1.0f), b(256, 1.0f), c(256), d(256);
+        float* inputs[] = {a.data(), b.data()};
+        float* outputs[] = {c.data(), d.data()};
+        host.process(inputs, outputs, 256);
+        host.process(inputs, outputs, 100);
+        EXPECT_EQ(c[0], 0.5f);
+    }
+    const std::vector<std::string> expected = {
+        "version 2400",        "open",        "rate 48000", "block 256",
+        "arrangement 1/2 1/2", "set 0 0.5",   "mains 1",    "host 48000 256 4 Quillon Audio",
+        "process 256",         "process 100", "mains 0",    "close"};
+    EXPECT_EQ(log.lines(), expected) << "the destructor suspends, closes, then unloads";
+}
+
+TEST(PluginHost, ReadsTheIdentityAndEightByteNamesWithoutTerminator) {
+    PluginHost host(testPlugin("test_gain_plugin"));
+    const auto& identity = host.identity();
+    EXPECT_EQ(identity.effectName, "Test gain");
+    EXPECT_EQ(identity.vendor, "Quillon Audio tests");
+    EXPECT_EQ(identity.product, "Gain");
+    EXPECT_EQ(identity.vendorVersion, 7);
+    EXPECT_EQ(torvane::host::uniqueIdText(identity.uniqueId), "tGn1");
+    EXPECT_EQ(identity.version, 3);
+    EXPECT_EQ(identity.inputs, 2);
+    EXPECT_EQ(identity.outputs, 2);
+    EXPECT_EQ(identity.parameterNames, (std::vector<std::string>{"Level", "Oversamp"}));
+    EXPECT_FLOAT_EQ(host.parameter(1), 0.5f);
+    EXPECT_EQ(torvane::host::uniqueIdText(0x01020304), "16909060");
+}
+
+TEST(PluginHost, FindsTheEntryUnderMainWhenVstPluginMainIsMissing) {
+    PluginHost host(testPlugin("test_plugin_main_only"));
+    EXPECT_EQ(host.identity().effectName, "Test gain");
+}
+
+TEST(PluginHost, LoadsARelativePathFromTheWorkingFolderNotTheLibraryPath) {
+    const auto previous = std::filesystem::current_path();
+    std::filesystem::current_path(buildDirectory() + "/test-plugins");
+    std::string error;
+    try {
+        PluginHost host("test_gain_plugin.so");
+        EXPECT_EQ(host.path(), buildDirectory() + "/test-plugins/test_gain_plugin.so");
+    } catch (const std::exception& caught) {
+        error = caught.what();
+    }
+    std::filesystem::current_path(previous);
+    EXPECT_EQ(error, "");
+}
+
+TEST(PluginHost, RefusesWhatItCannotHostWithTheReasonAndThePath) {
+    const auto notAPlugin = scratch() / "not-a-plugin.so";
+    std::ofstream(notAPlugin) << "just text";
+    struct Case {
+        std::string path;
+        std::string reason;
+    };
+    const std::vector<Case> cases = {
+        {"/no/such/effect.so", "plug-in /no/such/effect.so: no such file"},
+        {notAPlugin.string(), "plug-in " + notAPlugin.string() + ": cannot be loaded: "},
+        {testPlugin("test_plugin_no_entry"),
+         "no entry point: it exports neither VSTPluginMain nor main"},
+        {testPlugin("test_plugin_null_effect"), "the entry point returned no effect"},
+        {testPlugin("test_plugin_bad_magic"),
+         "not a VST 2 effect: magic number 0x4e6f7065 instead of 0x56737450"},
+        {testPlugin("test_plugin_no_replacing"),
+         "the effect has no replacing process call (processReplacing)"},
+        {testPlugin("test_plugin_no_inputs"),
+         "the effect has 0 inputs and 2 outputs; it needs at least one of each"},
+    };
+    for (const auto& c : cases) {
+        const std::string error = loadError(c.path);
+        EXPECT_EQ(error.rfind("plug-in " + c.path + ": ", 0), 0u) << error;
+        EXPECT_NE(error.find(c.reason), std::string::npos) << error;
+    }
+}
+
+TEST(PluginHost, ClosesAnEffectItRefusesAfterItWasMade) {
+    for (const char* name : {"test_plugin_no_replacing", "test_plugin_no_inputs"}) {
+        CallLog log(name);
+        loadError(testPlugin(name));
+        EXPECT_EQ(log.lines(), (std::vector<std::string>{"version 2400", "close"})) << name;
+    }
+}
+
+TEST(PluginHost, AnExceptionFromTheEffectBecomesAnErrorAndTheEffectIsStillClosed) {
+    CallLog log("test_plugin_throws");
+    std::string error;
+    {
+        PluginHost host(testPlugin("test_plugin_throws"));
+        host.prepare(44100.0, 64, ChannelLayout::stereo);
+        host.resume();
+        std::vector<float> buffer(64);
+        float* channels[] = {buffer.data(), buffer.data()};
+        try {
+            for (int block = 0; block < 3; ++block) {
+                host.process(channels, channels, 64);
+            }
+        } catch (const std::runtime_error& caught) {
+            error = caught.what();
+        }
+    }
+    EXPECT_NE(error.find("processReplacing failed: the test effect fails on its third block"),
+              std::string::npos)
+        << error;
+    const auto lines = log.lines();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[lines.size() - 2], "mains 0");
+    EXPECT_EQ(lines.back(), "close");
+}
+
+TEST(PluginHost, RefusesCallsOutOfOrderOrOutOfBounds) {
+    PluginHost host(testPlugin("test_gain_plugin"));
+    std::vector<float> buffer(64);
+    float* channels[] = {buffer.data(), buffer.data()};
+    EXPECT_THROW(host.resume(), std::logic_error) << "resume before prepare";
+    host.prepare(48000.0, 32, ChannelLayout::mono);
+    EXPECT_THROW(host.process(channels, channels, 32), std::logic_error) << "while suspended";
+    host.resume();
+    EXPECT_THROW(host.process(channels, channels, 33), std::logic_error) << "above the block size";
+    EXPECT_THROW(host.process(channels, channels, 0), std::logic_error);
+    EXPECT_THROW(host.prepare(44100.0, 32, ChannelLayout::mono), std::logic_error) << "running";
+    EXPECT_THROW(host.setParameter(2, 0.0f), std::out_of_range);
+    EXPECT_THROW(host.setParameter(-1, 0.0f), std::out_of_range);
+}
+
+} // namespace
+} // namespace nodara::testing

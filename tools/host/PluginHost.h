@@ -1,0 +1,99 @@
+#pragma once
+
+#include "plugin/Vst2Abi.h"
+#include "tools/host/SharedLibrary.h"
+
+#include <string>
+#include <vector>
+
+namespace torvane::host {
+
+/// What an effect says about itself once it is open.
+struct PluginIdentity {
+    std::string effectName;  ///< empty when the effect gives none
+    std::string vendor;
+    std::string product;
+    int vendorVersion = 0;
+    vst2::VstInt32 uniqueId = 0;
+    int version = 0;  ///< AEffect::version
+    int inputs = 0;
+    int outputs = 0;
+    /// At most 8 characters each, the interface's limit.
+    std::vector<std::string> parameterNames;
+};
+
+/// The speaker arrangement announced for both the input and the output side.
+enum class ChannelLayout { mono, stereo };
+
+/// One VST 2.4 effect loaded from a shared object and driven offline, in the order effects
+/// expect of a host: the entry point (which makes the version call), effOpen; then, while
+/// suspended, `prepare` (rate, block size, arrangement) and parameter values; `resume`; blocks;
+/// `suspend`; and on destruction effClose and the unloading of the library.
+///
+/// Single-threaded: every call, and every callback the effect makes, happens on the thread
+/// that uses the host. Until `prepare`, the effect's queries are answered with 44100 Hz and
+/// 1024 frames.
+class PluginHost {
+public:
+    /// Loads, checks and opens the effect in `path`. Failures are std::runtime_errors that name
+    /// the path: a missing or unloadable file (with the loader's reason), no entry point, an
+    /// entry point that gives no effect, a wrong magic number, no replacing process call, or
+    /// no input or no output.
+    explicit PluginHost(const std::string& path);
+    /// Suspends the effect if it runs, closes it and unloads the library; never throws.
+    ~PluginHost();
+    PluginHost(const PluginHost&) = delete;
+    PluginHost& operator=(const PluginHost&) = delete;
+
+    const std::string& path() const { return libraryPath; }
+    const PluginIdentity& identity() const { return pluginIdentity; }
+
+    /// Tells the effect its sample rate (Hz), its largest block (frames) and the arrangement.
+    /// Only while suspended.
+    void prepare(double sampleRate, int maxBlockFrames, ChannelLayout layout);
+    /// effMainsChanged 1; blocks may follow. Only after `prepare`.
+    void resume();
+    /// effMainsChanged 0.
+    void suspend();
+    bool running() const { return resumed; }
+
+    /// A parameter value from 0 to 1; the index must be below the effect's parameter count.
+    void setParameter(int index, float value);
+    float parameter(int index) const;
+
+    /// One block of 1 to maxBlockFrames frames while running. `inputs` and `outputs` hold one
+    /// pointer per input and output of the effect.
+    void process(float** inputs, float** outputs, int frames);
+
+    /// The host's answers to the effect's queries.
+    double sampleRate() const { return rate; }
+    int maxBlockFrames() const { return blockFrames; }
+
+private:
+    void callEntryPoint();
+    void checkEffect();
+    void readIdentity();
+    std::string readString(vst2::VstInt32 opcode, vst2::VstInt32 index, size_t limit);
+    vst2::VstIntPtr dispatch(vst2::VstInt32 opcode, vst2::VstInt32 index = 0,
+                             vst2::VstIntPtr value = 0, void* ptr = nullptr, float opt = 0.0f);
+    void checkParameterIndex(int index) const;
+    void closeEffect() noexcept;
+    /// Runs a call into the effect; an exception that leaves it becomes a failure naming it.
+    template <class Call>
+    auto guarded(const char* call, Call&& body) const;
+    [[noreturn]] void fail(const std::string& what) const;
+
+    std::string libraryPath;
+    SharedLibrary library;  ///< declared before the effect, so it outlives it
+    vst2::AEffect* effect = nullptr;
+    PluginIdentity pluginIdentity;
+    double rate = 44100.0;
+    int blockFrames = 1024;
+    bool prepared = false;
+    bool resumed = false;
+};
+
+/// The plug-in's unique id as its four characters, or as a number when they are not printable.
+std::string uniqueIdText(vst2::VstInt32 id);
+
+} // namespace torvane::host
