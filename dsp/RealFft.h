@@ -34,10 +34,14 @@ public:
 
 private:
     struct Plans;
-    explicit RealFft(std::uint32_t size);
+    struct Registry;
+    RealFft(std::uint32_t size, std::shared_ptr<Registry> registry);
+    static const std::shared_ptr<Registry>& sharedRegistry();
 
     std::uint32_t points;
     std::unique_ptr<Plans> plans;
+    /// Held by every instance, so that the last one to go still finds the planner's lock.
+    std::shared_ptr<Registry> registry;
 };
 
 } // namespace nodara
