@@ -25,6 +25,9 @@ bench: build
 demo: build
 	./scripts/demo.sh $(BUILD_DIR)
 
+install: build
+	VST_PATH="$(VST_PATH)" ./scripts/install-plugin.sh $(BUILD_DIR)
+
 # The data generators of tools/generators/: each is run as `GENERATOR OUTPUT_DIR` and writes
 # the tables that are committed in $(TABLES_DIR) and compiled into the plug-in.
 GENERATORS ?= tubetables cabinetresponse

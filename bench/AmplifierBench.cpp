@@ -1,0 +1,111 @@
+// The whole amplifier per host sample, and the plug-in through its C interface.
+#include "amp/Amplifier.h"
+#include "plugin/Vst2Abi.h"
+
+#include <benchmark/benchmark.h>
+
+#include <dlfcn.h>
+
+#include <cmath>
+#include <map>
+#include <string>
+
+namespace {
+
+using nodara::scalar;
+constexpr float rate = 48000.0f;
+
+std::vector<scalar> guitarBlock(size_t frames) {
+    std::vector<scalar> values(frames);
+    for (size_t i = 0; i < frames; ++i) {
+        values[i] = 0.3f * std::sin(0.0257f * static_cast<float>(i)) +
+                    0.1f * std::sin(0.0771f * static_cast<float>(i));
+    }
+    return values;
+}
+
+/// The amplifier at 48 kHz with some knobs moved; items are host samples.
+void runAmplifier(benchmark::State& state, const std::map<std::string, float>& knobs) {
+    const auto block = static_cast<int>(state.range(0));
+    auto driver = torvane::makeAmplifier();
+    driver->setSampleRate(rate);
+    driver->setMaxBlockSize(block);
+    for (const auto& control : *driver->getControls()) {
+        if (auto found = knobs.find(control->getName()); found != knobs.end()) {
+            control->setValue(found->second);
+        }
+    }
+    auto input = guitarBlock(static_cast<size_t>(block));
+    const std::vector<scalar*> inputs = {input.data(), input.data()};
+    driver->process(inputs, block);
+    for (auto _ : state) {
+        driver->process(inputs, block);
+        benchmark::DoNotOptimize((*driver->getOutputs())[0]);
+    }
+    state.SetItemsProcessed(state.iterations() * block);
+    state.counters["realtime"] = benchmark::Counter(
+        static_cast<double>(state.iterations()) * block / rate, benchmark::Counter::kIsRate);
+}
+
+void AmplifierDefault(benchmark::State& state) { runAmplifier(state, {}); }
+void AmplifierFullQuality(benchmark::State& state) { runAmplifier(state, {{"CPU", 1.0f}}); }
+void AmplifierStereo(benchmark::State& state) { runAmplifier(state, {{"Stereo", 1.0f}}); }
+void AmplifierOversampling8(benchmark::State& state) { runAmplifier(state, {{"Oversampling", 1.0f}}); }
+BENCHMARK(AmplifierDefault)->Arg(64)->Arg(256)->Arg(1024)->Unit(benchmark::kMicrosecond);
+BENCHMARK(AmplifierFullQuality)->Arg(256)->Unit(benchmark::kMicrosecond);
+BENCHMARK(AmplifierStereo)->Arg(256)->Unit(benchmark::kMicrosecond);
+BENCHMARK(AmplifierOversampling8)->Arg(256)->Unit(benchmark::kMicrosecond);
+
+vst2::VstIntPtr benchHost(vst2::AEffect*, vst2::VstInt32 opcode, vst2::VstInt32, vst2::VstIntPtr, void*,
+                          float) {
+    return opcode == vst2::audioMasterVersion ? 2400 : 0;
+}
+
+/// build/Torvane.so, loaded once for the plug-in benchmarks.
+vst2::PluginEntry pluginEntry() {
+    static void* module = dlopen(TORVANE_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    return module ? reinterpret_cast<vst2::PluginEntry>(dlsym(module, "VSTPluginMain")) : nullptr;
+}
+
+/// Start-up: the entry point parses the document, designs the filters and builds the tables.
+void PluginStartUp(benchmark::State& state) {
+    const vst2::PluginEntry entry = pluginEntry();
+    if (entry == nullptr) {
+        state.SkipWithError("Torvane.so not found");
+        return;
+    }
+    for (auto _ : state) {
+        vst2::AEffect* effect = entry(benchHost);
+        effect->dispatcher(effect, vst2::effClose, 0, 0, nullptr, 0.0f);
+    }
+}
+BENCHMARK(PluginStartUp)->Unit(benchmark::kMillisecond);
+
+/// One host block of 256 frames through processReplacing, default settings, at 48 kHz.
+void PluginBlock256(benchmark::State& state) {
+    const vst2::PluginEntry entry = pluginEntry();
+    if (entry == nullptr) {
+        state.SkipWithError("Torvane.so not found");
+        return;
+    }
+    vst2::AEffect* effect = entry(benchHost);
+    effect->dispatcher(effect, vst2::effOpen, 0, 0, nullptr, 0.0f);
+    effect->dispatcher(effect, vst2::effSetSampleRate, 0, 0, nullptr, rate);
+    effect->dispatcher(effect, vst2::effSetBlockSize, 0, 256, nullptr, 0.0f);
+    effect->dispatcher(effect, vst2::effMainsChanged, 0, 1, nullptr, 0.0f);
+    auto input = guitarBlock(256);
+    std::vector<float> left(256), right(256);
+    float* inputs[] = {input.data(), input.data()};
+    float* outputs[] = {left.data(), right.data()};
+    effect->processReplacing(effect, inputs, outputs, 256);
+    for (auto _ : state) {
+        effect->processReplacing(effect, inputs, outputs, 256);
+        benchmark::DoNotOptimize(left.data());
+    }
+    effect->dispatcher(effect, vst2::effMainsChanged, 0, 0, nullptr, 0.0f);
+    effect->dispatcher(effect, vst2::effClose, 0, 0, nullptr, 0.0f);
+    state.SetItemsProcessed(state.iterations() * 256);
+}
+BENCHMARK(PluginBlock256)->Unit(benchmark::kMicrosecond);
+
+} // namespace
