@@ -33,7 +33,7 @@ std::span<const float> floats(std::string_view name, const char* begin, const ch
     return {reinterpret_cast<const float*>(begin), expected};
 }
 
-EmbeddedTable table(std::string_view name, float first, float last, float step, size_t count,
+EmbeddedTable table(std::string_view name, double first, double last, double step, size_t count,
                     std::string_view x, std::string_view value, const char* begin, const char* end) {
     return {name, first, last, step, x, value, floats(name, begin, end, count)};
 }
@@ -46,20 +46,20 @@ constexpr std::string_view ohms = "grid resistance (ohm)";
 
 const std::vector<EmbeddedTable>& embeddedTables() {
     static const std::vector<EmbeddedTable> tables = {
-        table("V1", -8.0f, 8.0f, 0.01f, 1601, gridVolts, plateVolts, torvane_V1_begin, torvane_V1_end),
-        table("V2.lowCPU", -8.0f, 100.0f, 0.02f, 5401, gridVolts, plateVolts, torvane_V2_lowCPU_begin,
+        table("V1", -8.0, 8.0, 0.01, 1601, gridVolts, plateVolts, torvane_V1_begin, torvane_V1_end),
+        table("V2.lowCPU", -8.0, 100.0, 0.02, 5401, gridVolts, plateVolts, torvane_V2_lowCPU_begin,
               torvane_V2_lowCPU_end),
-        table("V2.full", -8.0f, 80.0f, 0.02f, 4401, gridVolts, plateVolts, torvane_V2_full_begin,
+        table("V2.full", -8.0, 80.0, 0.02, 4401, gridVolts, plateVolts, torvane_V2_full_begin,
               torvane_V2_full_end),
-        table("V3.lowCPU", -40.0f, 100.0f, 0.01f, 14001, gridVolts, plateVolts,
+        table("V3.lowCPU", -40.0, 100.0, 0.01, 14001, gridVolts, plateVolts,
               torvane_V3_lowCPU_begin, torvane_V3_lowCPU_end),
-        table("V3.full", -40.0f, 100.0f, 0.01f, 14001, gridVolts, plateVolts, torvane_V3_full_begin,
+        table("V3.full", -40.0, 100.0, 0.01, 14001, gridVolts, plateVolts, torvane_V3_full_begin,
               torvane_V3_full_end),
-        table("grid.V2V3", 18.0f, 30.0f, 0.02f, 601, gridVolts, ohms, torvane_grid_V2V3_begin,
+        table("grid.V2V3", 18.0, 30.0, 0.02, 601, gridVolts, ohms, torvane_grid_V2V3_begin,
               torvane_grid_V2V3_end),
-        table("grid.VolumeControl", 0.0f, 20.0f, 0.02f, 1001, gridVolts, ohms,
+        table("grid.VolumeControl", 0.0, 20.0, 0.02, 1001, gridVolts, ohms,
               torvane_grid_VolumeControl_begin, torvane_grid_VolumeControl_end),
-        table("u87", 0.0f, 27775.0f, 1.0f, 27776, "sample index", "value", torvane_u87_begin,
+        table("u87", 0.0, 27775.0, 1.0, 27776, "sample index", "value", torvane_u87_begin,
               torvane_u87_end),
     };
     return tables;

@@ -9,11 +9,11 @@ namespace torvane {
 /// A table stored in the program: entry i is for x = first + i·step.
 struct EmbeddedTable {
     std::string_view name;
-    /// x of the first and of the last entry, and the spacing: volts for the stage and grid
-    /// curves, sample indices for the cabinet response.
-    float first;
-    float last;
-    float step;
+    /// x of the first and of the last entry, and the spacing, as the decimals they are: volts
+    /// for the stage and grid curves, sample indices for the cabinet response.
+    double first;
+    double last;
+    double step;
     /// What x and the values are, for listings.
     std::string_view xMeaning;
     std::string_view valueMeaning;

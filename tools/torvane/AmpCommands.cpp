@@ -108,9 +108,9 @@ int tablesCommand(Arguments& arguments) {
     }
     const EmbeddedTable& table = embeddedTable(name);
     for (size_t i = 0; i < table.values.size(); ++i) {
-        // x from the index, so the last row lands on the table's end without drift.
-        const double x = static_cast<double>(table.first) + static_cast<double>(i) * table.step;
-        std::printf("%.9g,%.9g\n", x, static_cast<double>(table.values[i]));
+        // x from the index and the decimal step, so rows land on the grid without drift.
+        const double x = table.first + static_cast<double>(i) * table.step;
+        std::printf("%.6g,%.9g\n", x, static_cast<double>(table.values[i]));
     }
     return 0;
 }
