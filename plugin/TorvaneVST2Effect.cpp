@@ -54,15 +54,31 @@ void TorvaneVST2Effect::resume() {
     changed = true;
 }
 
+// Hosts change the rate and the block size while the effect is suspended. One that does not
+// gets the change between two blocks: a block that comes during it is refused (silence), where
+// it would otherwise run on buffers and responses being replaced.
+template <class Change>
+void TorvaneVST2Effect::betweenBlocks(Change change) {
+    const bool wasSuspended = driver->isSuspended();
+    driver->setSuspended(true);
+    try {
+        change();
+    } catch (...) {
+        driver->setSuspended(wasSuspended);
+        throw;
+    }
+    driver->setSuspended(wasSuspended);
+}
+
 void TorvaneVST2Effect::setSampleRate(float rate) {
     AudioEffectX::setSampleRate(rate);
-    driver->setSampleRate(rate);
+    betweenBlocks([&] { driver->setSampleRate(rate); });
     changed = true;
 }
 
 void TorvaneVST2Effect::setBlockSize(vst2::VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
-    driver->setMaxBlockSize(frames);
+    betweenBlocks([&] { driver->setMaxBlockSize(frames); });
 }
 
 void TorvaneVST2Effect::processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) {

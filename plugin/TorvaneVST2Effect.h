@@ -15,7 +15,8 @@ namespace torvane {
 ///
 /// Threads: `processReplacing` on the audio thread; `setParameter` and `getParameter` from any
 /// thread (a control's writer waits, the audio thread only tries); `setSampleRate` and
-/// `setBlockSize` only while suspended, as hosts do.
+/// `setBlockSize` from the dispatcher thread, normally while suspended; they wait for a
+/// running block and allocate.
 class TorvaneVST2Effect : public AudioEffectX {
 public:
     /// Sets the amplifier up on `driver` (networks, tables, cabinet, value maps).
@@ -44,6 +45,8 @@ public:
     const std::shared_ptr<nodara::Driver>& getDriver() const { return driver; }
 
 private:
+    template <class Change>
+    void betweenBlocks(Change change);
     bool validIndex(vst2::VstInt32 index) const;
     void runBlock(float** inputs, float** outputs, vst2::VstInt32 frames);
 

@@ -278,6 +278,11 @@ void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) 
         return;
     }
     ProcessingGuard guard(processing);
+    // A suspension that came between the check above and the flag: the block must not run
+    // while the caller changes rates or buffers.
+    if (suspended.load()) {
+        throw NodaraException("Driver: Cannot process. Driver is in the suspend state.");
+    }
     applyControls();
     if (graphsChanged.load()) {
         applyRateChange();

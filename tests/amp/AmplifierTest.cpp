@@ -96,6 +96,37 @@ TEST(Amplifier, BuiltInDocumentHasItsGraphsOutputsAndControls) {
     EXPECT_EQ(driver->getGraph("out DC block")->getName(), "out DC block");
 }
 
+/// The value each target of `control` holds after the control is set to `value`.
+std::vector<scalar> targetValues(const std::string& control, float value) {
+    auto driver = makeAmplifier();
+    for (const auto& candidate : *driver->getControls()) {
+        if (candidate->getName() == control) {
+            candidate->setValue(value);
+            std::vector<scalar> values;
+            for (const auto& target : *candidate->getProperties()) {
+                values.push_back(target->value);
+            }
+            return values;
+        }
+    }
+    return {};
+}
+
+TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
+    EXPECT_EQ(targetValues("Gain", 0.25f), std::vector<scalar>(4, 0.2f * 0.25f));
+    EXPECT_EQ(targetValues("Gain", 0.75f), std::vector<scalar>(4, (0.75f - 0.5f) * 1.8f + 0.1f));
+    EXPECT_EQ(targetValues("Feedback", 1.0f), std::vector<scalar>(4, 1.0f - 0.39f));
+    EXPECT_EQ(targetValues("Vol", 0.5f), std::vector<scalar>(2, 0.002f * 0.5f));
+    EXPECT_EQ(targetValues("Oversampling", 0.0f), std::vector<scalar>(4, 2.0f));
+    EXPECT_EQ(targetValues("Oversampling", 1.0f), std::vector<scalar>(4, 8.0f));
+    EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, static_cast<scalar>(std::pow(2.0, 1.5))));
+    EXPECT_EQ(targetValues("Cabinet", 0.0f), std::vector<scalar>(2, 1.0f));
+    EXPECT_EQ(targetValues("CPU", 1.0f), (std::vector<scalar>{1.0f, 1.0f, 0.0f, 1.0f, 1.0f, 0.0f}));
+    EXPECT_EQ(targetValues("Input", 0.5f), std::vector<scalar>(2, 1.0f));
+    EXPECT_EQ(targetValues("Input", 0.75f), std::vector<scalar>(2, static_cast<scalar>(6.0 * 0.75 - 2.0)));
+    EXPECT_EQ(targetValues("Stereo", 1.0f), std::vector<scalar>(7, 0.0f));
+}
+
 TEST(Amplifier, EmbeddedTablesAreTheCommittedDataFiles) {
     for (const auto& table : embeddedTables()) {
         const auto path = nodara::testing::sourceDirectory() + "/amp/data/" + std::string(table.name) + ".f32";

@@ -208,5 +208,28 @@ TEST(PluginInterface, HostThreadsMayWriteParametersWhileAudioRuns) {
     writer.join();
 }
 
+TEST(PluginInterface, RateChangesWhileAudioRunsWaitForTheBlock) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    effect.start(48000.0f, 512);
+    std::atomic<bool> running{true};
+    std::thread dispatcher([&] {
+        for (int i = 0; running; ++i) {
+            effect.call(vst2::effSetSampleRate, 0, 0, nullptr, i % 2 ? 44100.0f : 96000.0f);
+            effect.call(vst2::effSetBlockSize, 0, 256 + 256 * (i % 3));
+        }
+    });
+    const auto input = guitarLike(256, 48000);
+    std::vector<float> left(256), right(256);
+    for (int block = 0; block < 200; ++block) {
+        effect.process(const_cast<float*>(input.data()), nullptr, left.data(), right.data(), 256);
+        for (float v : left) {
+            ASSERT_TRUE(std::isfinite(v));
+        }
+    }
+    running = false;
+    dispatcher.join();
+}
+
 } // namespace
 } // namespace nodara::testing
