@@ -25,7 +25,12 @@ Buffer::Buffer(std::uint32_t bufferLength) : allocated(bufferLength), length(buf
 void Buffer::push(const float* newSamples, std::uint32_t count) {
     float* window = samples.get();
     std::memmove(window, window + count, (length - count) * sizeof(float));
-    std::memcpy(window + (length - count), newSamples, count * sizeof(float));
+    if (newSamples == nullptr) {
+        // An unwired input is silence.
+        std::fill_n(window + (length - count), count, 0.0f);
+    } else {
+        std::memcpy(window + (length - count), newSamples, count * sizeof(float));
+    }
 }
 
 void Buffer::reset() { std::fill_n(samples.get(), length, 0.0f); }

@@ -14,6 +14,7 @@ public:
     explicit Buffer(std::uint32_t length);
 
     /// Drops the oldest `count` samples and appends `samples`; `count` must not exceed size().
+    /// Moves the window on by `count` samples; null samples are silence.
     void push(const float* samples, std::uint32_t count);
     /// Zeros the window; its length stays.
     void reset();

@@ -129,6 +129,9 @@ void Convolver::process(const std::vector<scalar*>& in, size_t framesPerBuffer) 
     if (framesPerBuffer == 0) {
         return;
     }
+    if (!fft) {
+        throw NodaraException("Convolver: " + name + " has no impulse response.");
+    }
     const auto count = static_cast<std::uint32_t>(framesPerBuffer);
     window->push(in[0], count);
     fft->forward(window->data(), spectrum.get());

@@ -177,7 +177,8 @@ std::vector<scalar> WaveConvolver::fetchFromResource(const std::string& resource
 }
 
 std::vector<scalar> WaveConvolver::atRunningRate(std::vector<scalar> samples, scalar rate) const {
-    if (rate == sampleRate) {
+    // Nothing to convert: an unknown name leaves an empty response and no rate.
+    if (rate == sampleRate || samples.empty()) {
         return samples;
     }
     return resampleResponse(samples, rate, sampleRate);
