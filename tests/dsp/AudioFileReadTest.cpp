@@ -33,17 +33,12 @@ const std::string monoInt16 = fmtChunk(1, 1, 44100, 16);
 const std::string fourSamples16 =
     chunk("data", le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000));
 
-/// A fresh file path in the temporary folder, removed with the object.
-struct TemporaryFile {
-    explicit TemporaryFile(const std::string& contents)
-        : path(std::filesystem::temp_directory_path() /
-               ("cabinet-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".wav")) {
-        std::ofstream(path, std::ios::binary) << contents;
-    }
-    ~TemporaryFile() { std::filesystem::remove(path); }
-    std::filesystem::path path;
-};
+/// A file in the temporary folder holding `contents`.
+std::string temporaryFile(const std::string& name, const std::string& contents) {
+    const auto path = std::filesystem::temp_directory_path() / name;
+    std::ofstream(path, std::ios::binary) << contents;
+    return path.string();
+}
 
 } // namespace
 
@@ -189,13 +184,13 @@ TEST(AudioFileReadTest, FailuresCarryTheirMessages) {
 }
 
 TEST(AudioFileReadTest, ReadersHandOverTheirBytesAsAStream) {
-    const std::string bytes = riff(monoInt16 + fourSamples16);
-    const TemporaryFile file(bytes);
-    const nodara::FileReader fromFile(file.path.string());
+    static const std::string bytes = riff(monoInt16 + fourSamples16);
+    const std::string path = temporaryFile("cabinet-bytes.wav", bytes);
+    const nodara::FileReader fromFile(path);
+    std::filesystem::remove(path);
     EXPECT_EQ(std::string(fromFile.data(), fromFile.size()), bytes);
 
-    static const std::string resource = riff(monoInt16 + fourSamples16);
-    nodara::EmbeddedResources::add("cabinet-test", "WAVE", resource.data(), resource.size());
+    nodara::EmbeddedResources::add("cabinet-test", "WAVE", bytes.data(), bytes.size());
     const nodara::DllResourceReader fromResource("cabinet-test", "WAVE");
     stk::AudioFileRead decoded(nodara::openByteStream(fromResource.data(), fromResource.size()),
                                "cabinet-test");
@@ -206,8 +201,7 @@ TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
     using failurecheck::Case;
     static const char blob[] = "x";
     nodara::EmbeddedResources::add("cabinet-case", "WAVE", blob, 1);
-    const TemporaryFile empty("");
-    const std::string emptyPath = empty.path.string();
+    const std::string emptyPath = temporaryFile("cabinet-empty.wav", "");
     const Case cases[] = {
         {"missing file", [] { nodara::FileReader("/nonexistent/cabinet.wav"); },
          typeid(NodaraException), "Cannot find file with name: /nonexistent/cabinet.wav"},
@@ -223,4 +217,5 @@ TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
     for (const Case& c : cases) {
         failurecheck::expectFailure(c);
     }
+    std::filesystem::remove(emptyPath);
 }
