@@ -33,16 +33,6 @@ TEST(Factory, BuiltInTypesWinOverPluginTypes) {
     EXPECT_EQ(messageOf([&] { factory.create("Other"); }), "Unknown element type: Other");
 }
 
-TEST(Factory, DriverHandsPluginFactoriesToTheParser) {
-    auto driver = std::make_shared<Driver>();
-    auto factories = std::make_shared<std::vector<std::shared_ptr<PluginDSPElementFactory>>>();
-    factories->push_back(std::make_shared<ProductFactory>());
-    driver->setPluginElementFactories(factories);
-    std::istringstream document(oneGraphSystem(element("Special", "S", "Gain=\"2\"", "Graph"), "S"));
-    driver->init(document);
-    EXPECT_EQ(driver->getGraphs()->size(), 1u);
-}
-
 struct PortCase {
     std::shared_ptr<ElementMeta> meta;
     std::string port;
@@ -76,10 +66,6 @@ TEST(Metas, RefusedPortNamesGiveTheirMessages) {
 }
 
 TEST(Metas, PortsResolveToTheirIndices) {
-    auto selector = std::make_shared<SwitchMeta>();
-    selector->setNumberOfInputs(3);
-    EXPECT_EQ(selector->getInputIndex("in_"), 0) << "nothing behind the prefix converts to 0";
-    EXPECT_EQ(selector->getInputIndex("in_2"), 2);
     EXPECT_EQ(DifferentialFilterMeta::instance()->getInputIndex("plus"), 0);
     EXPECT_EQ(DifferentialFilterMeta::instance()->getInputIndex("minus"), 1);
     EXPECT_EQ(DifferentialFilterMeta::instance()->getNumberOfInputs(), 2);
