@@ -84,6 +84,13 @@ inline void writeWav(const std::filesystem::path& path, const Audio& audio,
     sf_close(file);
 }
 
+/// `audio` written to `name` in the scratch folder.
+inline std::filesystem::path written(const std::string& name, const Audio& audio) {
+    const auto path = scratch() / name;
+    writeWav(path, audio);
+    return path;
+}
+
 inline Audio readWav(const std::filesystem::path& path) {
     SF_INFO info{};
     SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
