@@ -61,4 +61,8 @@ inline double peak(const std::vector<float>& signal, size_t start = 0, size_t en
     return largest;
 }
 
+inline bool allFinite(const std::vector<float>& signal) {
+    return std::all_of(signal.begin(), signal.end(), [](float v) { return std::isfinite(v); });
+}
+
 } // namespace nodara::testing
