@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -42,6 +43,20 @@ inline std::filesystem::path scratch() {
         return path;
     }();
     return folder;
+}
+
+inline std::vector<char> bytesOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// Runs the generator `name` into a scratch folder of its own; returns the folder, or an empty
+/// path when the generator fails.
+inline std::filesystem::path generated(const std::string& name) {
+    const auto folder = scratch() / name;
+    const std::string command = buildDirectory() + "/generators/" + name + " " + folder.string() +
+                                " >/dev/null";
+    return std::system(command.c_str()) == 0 ? folder : std::filesystem::path();
 }
 
 inline std::string readAll(const std::filesystem::path& path) {
