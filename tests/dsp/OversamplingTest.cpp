@@ -66,25 +66,11 @@ TEST(Oversampling, DecimationKeepsThePassBandAndRejectsAliases) {
     EXPECT_LT(decibels(run(40000.0), 8000.0, 48000.0), -80.0);
 }
 
-TEST(Oversampling, DecimatorKeepsTheFirstFrameOfEveryStep) {
-    auto down = resampler<IirDecimator>(
-        {{"CornerFrequency", "0.0001"}, {"Factor", "2"}, {"Order", "1"}, {"Type", "Bessel"}}, 1e9f, 8);
-    EXPECT_EQ(down->getStages().size(), 1u) << "no Cascade gives one stage";
-    std::vector<scalar> input = {0, 1, 2, 3, 4}, out(5, -1.0f);
-    std::vector<scalar*> in = {input.data()}, outputs = {out.data()};
-    down->process(in, outputs, 5);
-    EXPECT_EQ(out[2], -1.0f) << "5 / 2 = 2 frames copied";
-}
-
 TEST(Oversampling, FactorChangesRoundForTheElementAndNotForTheGraph) {
-    const std::string document = oneGraphSystem(
-        "<Element Type=\"IirInterpolator\" Name=\"I\"><Properties CornerFrequency=\"15000\" "
-        "Factor=\"2\" Order=\"2\" Type=\"Butterworth\"/><Inputs><Input Port=\"in\" Element=\"Graph\" "
-        "Output=\"0\"/></Inputs></Element>",
-        "I");
+    const std::string settings = "CornerFrequency=\"15000\" Factor=\"2\" Order=\"2\" Type=\"Butterworth\"";
+    std::istringstream document(oneGraphSystem(element("IirInterpolator", "I", settings, "Graph"), "I"));
     auto driver = std::make_shared<Driver>();
-    std::istringstream stream(document);
-    driver->init(stream);
+    driver->init(document);
     auto& interpolator = dynamic_cast<IirInterpolator&>(
         *driver->getGraph("G")->getContext()->getElement("I"));
     interpolator.propertyChanged("Factor", 2.4f);
@@ -117,10 +103,8 @@ TEST(Oversampling, FactorSwitchedWhileRunningMovesTheRatesAndKeepsTheSignal) {
     EXPECT_DOUBLE_EQ(driver->getMultipliers()[1], 4.0);
     const std::vector<scalar> last(output.end() - 2048, output.end());
     EXPECT_NEAR(decibels(last, 1000.0, 48000.0), 0.0, 0.2);
-    for (scalar value : output) {
-        ASSERT_TRUE(std::isfinite(value));
-        ASSERT_LT(std::fabs(value), 0.75f) << "the switch may click, but not blow up";
-    }
+    EXPECT_TRUE(allFinite(output));
+    EXPECT_LT(peak(output), 0.75) << "the switch may click, but not blow up";
 }
 
 TEST(Oversampling, SettingsFaultsGiveTheirMessages) {

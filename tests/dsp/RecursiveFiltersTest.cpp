@@ -119,14 +119,23 @@ TEST(RecursiveFilters, CoefficientChangesKeepTheStateAndResetClearsIt) {
     EXPECT_EQ(biquad->getLastOutput(), 0.0f);
 }
 
-TEST(RecursiveFilters, IirInAnyBlocksEqualsOneLongBlockAndTheFixedOrder) {
+// Any blocks and the sample-by-sample iteration give the one long block exactly; the fixed
+// order of the same coefficients within rounding.
+TEST(RecursiveFilters, IirInAnyBlocksAndIterationsEqualsOneLongBlockAndTheFixedOrder) {
     const auto x = noise(500, 3);
-    const std::string a = "-1.2|0.6|-0.1", b = "0.1|0.3|0.3|0.1";
-    auto reference = made<Iir>({{"Order", "3"}, {"A", a}, {"B", b}});
+    const Properties properties = {{"Order", "3"}, {"A", "-1.2|0.6|-0.1"}, {"B", "0.1|0.3|0.3|0.1"}};
+    auto reference = made<Iir>(properties);
     const auto expected = inBlocks(*reference, x, 500);
     for (size_t block : {1u, 2u, 3u, 5u, 64u}) {
-        auto iir = made<Iir>({{"Order", "3"}, {"A", a}, {"B", b}});
-        EXPECT_EQ(inBlocks(*iir, x, block), expected) << "block " << block;
+        EXPECT_EQ(inBlocks(*made<Iir>(properties), x, block), expected) << "block " << block;
+    }
+    auto iterated = made<Iir>(properties);
+    auto value = std::make_shared<std::vector<scalar>>(1);
+    for (size_t n = 0; n < 64; ++n) {
+        (*value)[0] = x[n];
+        iterated->iteration(value, n, 0);
+        iterated->endIteration(n);
+        EXPECT_EQ(iterated->getOutput(0)[n], expected[n]) << n;
     }
     const scalar b3[] = {0.1f, 0.3f, 0.3f, 0.1f}, a3[] = {-1.2f, 0.6f, -0.1f};
     const auto fixed = thirdOrder(x, b3, a3);
@@ -134,20 +143,6 @@ TEST(RecursiveFilters, IirInAnyBlocksEqualsOneLongBlockAndTheFixedOrder) {
         ASSERT_NEAR(expected[n], fixed[n], 2e-5f) << n;
     }
     EXPECT_EQ(reference->process(1.0f), 0.0f) << "the single-sample form does nothing";
-}
-
-TEST(RecursiveFilters, IirIterationAdvancesLikeTheBlockForm) {
-    const auto x = noise(40, 3);
-    auto block = made<Iir>({{"Order", "2"}, {"A", "-0.9|0.3"}, {"B", "0.2|0.37|0.2"}});
-    const auto expected = inBlocks(*block, x, 40);
-    auto iterated = made<Iir>({{"Order", "2"}, {"A", "-0.9|0.3"}, {"B", "0.2|0.37|0.2"}});
-    auto value = std::make_shared<std::vector<scalar>>(1);
-    for (size_t n = 0; n < x.size(); ++n) {
-        (*value)[0] = x[n];
-        iterated->iteration(value, n, 0);
-        iterated->endIteration(n);
-        EXPECT_EQ(iterated->getOutput(0)[n], expected[n]) << n;
-    }
 }
 
 TEST(RecursiveFilters, IirOrderChangesNeedNewCoefficients) {
@@ -203,6 +198,10 @@ struct Fault {
 };
 
 TEST(RecursiveFilters, PropertyFaultsGiveTheirMessages) {
+    const auto biquad = [] { return made<BiQuad>({{"A", "1|2"}, {"B", "1|2|3"}}); };
+    const auto third = [] {
+        return made<ThirdOrderIIR>({{"A", "1|2|3"}, {"B", "1|2|3|4"}, {"InputIndex", "0"}});
+    };
     const std::vector<Fault> faults = {
         {[] { made<FirstOrderIIR>({{"B", "1|2"}}); }, "A is not defined. FirstOrderIIR name=f"},
         {[] { made<FirstOrderIIR>({{"A", "1"}}); }, "B is not defined. FirstOrderIIR name=f"},
@@ -229,23 +228,15 @@ TEST(RecursiveFilters, PropertyFaultsGiveTheirMessages) {
          "Missing value for constant value node minus"},
         {[] { made<DifferentialFilter>({{"Gain", "1"}, {"ConstantValueNode", "in"}}); },
          "Invalid input port name: in. Expected \"plus\" or \"minus\"."},
-        {[] { made<BiQuad>({{"A", "1|2"}, {"B", "1|2|3"}})->propertyChanged("C", nullptr); },
-         "BiQuad: Unknown property C"},
+        {[&] { biquad()->propertyChanged("C", nullptr); }, "BiQuad: Unknown property C"},
         {[] {
              made<FirstOrderIIR>({{"A", "1"}, {"B", "1|2"}})
                  ->propertyChanged("A", std::make_shared<std::vector<scalar>>(2));
          },
          "FirstOrderIIR: Invalid number of A values 2"},
-        {[] {
-             made<ThirdOrderIIR>({{"A", "1|2|3"}, {"B", "1|2|3|4"}, {"InputIndex", "0"}})->getOutput(1);
-         },
-         "BiQuad: Invalid output index: 1"},
-        {[] {
-             made<ThirdOrderIIR>({{"A", "1|2|3"}, {"B", "1|2|3|4"}, {"InputIndex", "0"}})->setMaxBlockSize(0);
-         },
-         "ThirdOrderIIR: Invalid maxBlockSize0"},
-        {[] { made<BiQuad>({{"A", "1|2"}, {"B", "1|2|3"}})->setCoefficients(nullptr, nullptr); },
-         "BiQuad: a cannot be null"},
+        {[&] { third()->getOutput(1); }, "BiQuad: Invalid output index: 1"},
+        {[&] { third()->setMaxBlockSize(0); }, "ThirdOrderIIR: Invalid maxBlockSize0"},
+        {[&] { biquad()->setCoefficients(nullptr, nullptr); }, "BiQuad: a cannot be null"},
         {[] { made<DifferentialFilter>({{"Gain", "1"}})->propertyChanged("Level", 1.0f); },
          "DifferentialFilter: Invalid property name Level"},
     };
