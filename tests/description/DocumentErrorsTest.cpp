@@ -158,9 +158,10 @@ std::vector<ErrorCase> errorCases() {
          controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"
                         "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"),
          "Driver: Multiple definitions of the same property. Property name: Gain graph: G element: A"},
-        {"a cycle", inG(element("Gain", "A", "Gain=\"1\"", "B") + element("Gain", "B", "Gain=\"1\"", "A") +
-                        "<NumberOfInputs>1</NumberOfInputs>"),
-         "Filters do not form a DAG."},
+        {"a wire from a missing graph input",
+         oneGraphSystem("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input "
+                        "Port=\"in\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>", "A"),
+         "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s)."},
         {"no outputs", inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
         {"negative input count", inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
          "Number of inputs must be greater than zero. Number of inputs =-1"},

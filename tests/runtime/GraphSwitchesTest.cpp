@@ -66,14 +66,5 @@ TEST(GraphSwitches, BaseOperationsGiveTheirMessages) {
     EXPECT_EQ(messageOf([&] { graph.setMaxBlockSize(0); }), "DSPGraph: Invalid maxBlockSize0");
 }
 
-TEST(GraphSwitches, DocumentSwitchesReadOnlyTheExactTextTrue) {
-    DSPGraph graph;
-    graph.init(Properties{{"Off", "TRUE"}, {"Bypass", "1"}});
-    EXPECT_FALSE(graph.isOff());
-    EXPECT_FALSE(graph.isBypassed());
-    graph.init(Properties{{"Off", "true"}});
-    EXPECT_TRUE(graph.isOff());
-}
-
 } // namespace
 } // namespace nodara::testing
