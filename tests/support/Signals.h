@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstdint>
 #include <numbers>
 #include <random>
@@ -59,6 +60,24 @@ inline double peak(const std::vector<float>& signal, size_t start = 0, size_t en
         largest = std::max(largest, std::fabs(double(signal[i])));
     }
     return largest;
+}
+
+/// H(e^(j2πf)) of y[n] = Σ b[i]·x[n−i] − Σ a[i]·y[n−1−i] at f cycles per sample, evaluated
+/// directly from the coefficients; no `a` is a plain FIR.
+template <class A, class B>
+std::complex<double> response(const A& a, const B& b, double f) {
+    const std::complex<double> zInverse = std::polar(1.0, -2.0 * std::numbers::pi * f);
+    std::complex<double> top = 0.0, bottom = 1.0, power = 1.0;
+    for (const auto coefficient : b) {
+        top += double(coefficient) * power;
+        power *= zInverse;
+    }
+    power = zInverse;
+    for (const auto coefficient : a) {
+        bottom += double(coefficient) * power;
+        power *= zInverse;
+    }
+    return top / bottom;
 }
 
 inline bool allFinite(const std::vector<float>& signal) {
