@@ -15,7 +15,6 @@
 
 using namespace nodara;
 using nodara::testing::driverFor;
-using nodara::testing::element;
 using nodara::testing::oneGraphSystem;
 using reference::noise;
 using reference::run;
@@ -185,37 +184,24 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
     }
 }
 
-// An embedded response at 44.1 kHz is used as stored at its own rate and resampled at another.
-TEST(WaveConvolverTest, DllLocationReadsAnEmbeddedWav) {
-    const Samples a = noise(300, 6);
+// A document names an embedded response or a file; one at another rate is resampled.
+TEST(WaveConvolverTest, DocumentsNameEmbeddedAndFileResponses) {
+    const Samples a = noise(300, 6), h = noise(813, 7);
     static const std::string bytes = wavbytes::floatWav(a, 44100);
     EmbeddedResources::add("cabinet-ir", "IR", bytes.data(), bytes.size());
-    WaveConvolver cabinet;
-    cabinet.init("cab",
-                 {{"Location", "Dll"},
-                  {"DllResourceType", "IR"},
-                  {"ImpulseResponses", "cabinet-ir"},
-                  {"MaxIRSize", "1024"}},
-                 noContext);
-    cabinet.setMaxBlockSize(64);
-    cabinet.setSampleRate(44100.0f);
-    EXPECT_EQ(responseOf(cabinet), a);
-    cabinet.setSampleRate(48000.0f);
-    EXPECT_EQ(responseOf(cabinet), resampleResponse(a, 44100.0, 48000.0));
-}
-
-// The document names the element's type and a file; the driver builds it and reads the file.
-TEST(WaveConvolverTest, FileLocationReadsAWavNamedInADocument) {
-    const Samples h = noise(813, 7);
     const auto path = std::filesystem::temp_directory_path() / "cabinet-driver-ir.wav";
     std::ofstream(path, std::ios::binary) << wavbytes::floatWav(h, 48000);
-    auto driver = driverFor(oneGraphSystem(
-        element("WaveConvolver", "S",
-                "Location=\"File\" ImpulseResponses=\"" + path.string() + "\" MaxIRSize=\"8192\"",
-                "Graph"),
-        "S"));
+    const auto cabinet = [](const std::string& properties, float rate) -> Samples {
+        const auto element = nodara::testing::element("WaveConvolver", "S",
+                                                      properties + " MaxIRSize=\"8192\"", "Graph");
+        auto driver = driverFor(oneGraphSystem(element, "S"), 64, rate);
+        auto* made = driver->getGraph("G")->getContext()->getElement("S");
+        return responseOf(dynamic_cast<WaveConvolver&>(*made));
+    };
+    const std::string embedded =
+        "Location=\"Dll\" DllResourceType=\"IR\" ImpulseResponses=\"cabinet-ir\"";
+    EXPECT_EQ(cabinet(embedded, 44100.0f), a);
+    EXPECT_EQ(cabinet(embedded, 48000.0f), resampleResponse(a, 44100.0, 48000.0));
+    EXPECT_EQ(cabinet("Location=\"File\" ImpulseResponses=\"" + path.string() + "\"", 48000.0f), h);
     std::filesystem::remove(path);
-    auto& cabinet = dynamic_cast<WaveConvolver&>(
-        *driver->getGraph("G")->getContext()->getElement("S"));
-    EXPECT_EQ(responseOf(cabinet), h);
 }

@@ -40,9 +40,9 @@ TEST(PluginInterface, TellsItsIdentity) {
     EXPECT_EQ(record.version, 1);
     EXPECT_EQ(record.initialDelay, 0);
     EXPECT_FLOAT_EQ(record.ioRatio, 1.0f);
-    EXPECT_TRUE(record.flags & vst2::effFlagsCanReplacing);
-    EXPECT_FALSE(record.flags & vst2::effFlagsCanDoubleReplacing);
-    EXPECT_FALSE(record.flags & vst2::effFlagsHasEditor);
+    EXPECT_EQ(record.flags & (vst2::effFlagsCanReplacing | vst2::effFlagsCanDoubleReplacing |
+                              vst2::effFlagsHasEditor),
+              vst2::effFlagsCanReplacing);
     char text[65] = {};
     EXPECT_EQ(effect.call(vst2::effGetVendorString, 0, 0, text), 1);
     EXPECT_STREQ(text, "Quillon Audio");
