@@ -114,6 +114,8 @@ TEST(TubeTables, EachTableHasOneValuePerInputStep) {
     }
 }
 
+// The full-quality variants equal the low-CPU ones until the grid conducts (checked below), so
+// only their points beyond it are listed.
 TEST(TubeTables, StageCurvesMeetEveryReferencePointWithinTwoPercent) {
     expectWithin(0.02, {
         {"V1", -8, 260.0},         {"V1", -2, 255.121},        {"V1", -1, 228.575},
@@ -122,15 +124,11 @@ TEST(TubeTables, StageCurvesMeetEveryReferencePointWithinTwoPercent) {
         {"V2.lowCPU", -8, 260.0},  {"V2.lowCPU", -2, 233.787}, {"V2.lowCPU", -1, 207.100},
         {"V2.lowCPU", 0, 176.687}, {"V2.lowCPU", 1, 144.203},  {"V2.lowCPU", 2, 115.295},
         {"V2.lowCPU", 5, 93.857},  {"V2.lowCPU", 100, 96.26},
-        {"V2.full", -8, 260.0},    {"V2.full", -2, 233.787},   {"V2.full", -1, 207.100},
-        {"V2.full", 0, 176.687},   {"V2.full", 1, 144.203},    {"V2.full", 2, 114.701},
-        {"V2.full", 5, 94.891},    {"V2.full", 80, 137.53},
+        {"V2.full", 2, 114.701},   {"V2.full", 5, 94.891},     {"V2.full", 80, 137.53},
         {"V3.lowCPU", -40, 599.08}, {"V3.lowCPU", -2, 374.650}, {"V3.lowCPU", -1, 350.740},
         {"V3.lowCPU", 0, 325.515}, {"V3.lowCPU", 1, 299.161},  {"V3.lowCPU", 2, 271.957},
         {"V3.lowCPU", 5, 189.791}, {"V3.lowCPU", 30, 47.169},  {"V3.lowCPU", 100, 42.82},
-        {"V3.full", -40, 599.08},  {"V3.full", -2, 374.650},   {"V3.full", -1, 350.740},
-        {"V3.full", 0, 325.515},   {"V3.full", 1, 299.161},    {"V3.full", 2, 271.957},
-        {"V3.full", 5, 189.791},   {"V3.full", 30, 34.947},    {"V3.full", 100, -30.29},
+        {"V3.full", 30, 34.947},   {"V3.full", 100, -30.29},
     });
 }
 
