@@ -1,5 +1,6 @@
 #include "description/DSPElementFactory.h"
 #include "description/ElementMetas.h"
+#include "dsp/Convolver.h"
 #include "dsp/Gain.h"
 #include "support/Documents.h"
 
@@ -22,12 +23,14 @@ public:
     int created = 0;
 };
 
+// No document here uses the plain convolver, so its type is checked directly.
 TEST(Factory, BuiltInTypesWinOverPluginTypes) {
     DSPElementFactory factory;
     auto product = std::make_shared<ProductFactory>();
     factory.addPluginFactory(product);
-    std::unique_ptr<Filter> gain(factory.create("Gain"));
+    std::unique_ptr<Filter> gain(factory.create("Gain")), convolver(factory.create("Convolver"));
     EXPECT_EQ(product->created, 0);
+    EXPECT_NE(dynamic_cast<Convolver*>(convolver.get()), nullptr);
     std::unique_ptr<Filter> special(factory.create("Special"));
     EXPECT_EQ(product->created, 1);
     EXPECT_EQ(messageOf([&] { factory.create("Other"); }), "Unknown element type: Other");
