@@ -19,7 +19,7 @@ Audio riffLike(int channels, size_t frames, int rate = 48000) {
     return audio;
 }
 
-TEST(AmpCommand, MonoGivesMono) {
+TEST(AmpCommand, AMonoFileGivesAMonoFileOfTheSameLength) {
     const auto out = scratch() / "amp-mono-out.wav";
     const auto in = written("amp-mono.wav", riffLike(1, 24000));
     ASSERT_EQ(torvane("amp --in " + in.string() + " --out " + out.string()).exitCode, 0);
