@@ -1,18 +1,24 @@
 #include "amp/Amplifier.h"
 #include "amp/EmbeddedData.h"
 #include "support/Documents.h"
+#include "support/Signals.h"
 #include "support/Tool.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <fstream>
-#include <numbers>
+#include <iterator>
+#include <numeric>
 
 namespace torvane {
 namespace {
 
 using nodara::scalar;
+using nodara::testing::allFinite;
+using nodara::testing::amplitudeAt;
+using nodara::testing::rms;
+using nodara::testing::sine;
 
 /// An amplifier at `rate` with the controls set by name (knob positions).
 std::shared_ptr<nodara::Driver> amplifier(float rate, int block,
@@ -28,88 +34,35 @@ std::shared_ptr<nodara::Driver> amplifier(float rate, int block,
     return driver;
 }
 
-std::vector<scalar> sine(double frequency, double rate, size_t frames, double amplitude, double offset = 0.0) {
-    std::vector<scalar> values(frames);
-    for (size_t i = 0; i < frames; ++i) {
-        values[i] = static_cast<scalar>(
-            offset + amplitude * std::sin(2.0 * std::numbers::pi * frequency * static_cast<double>(i) / rate));
-    }
-    return values;
-}
-
 /// Both system outputs for a mono signal fed to both chains, in blocks.
 std::vector<std::vector<scalar>> render(nodara::Driver& driver, const std::vector<scalar>& signal,
                                         size_t block) {
     return nodara::testing::runBlocks(driver, {signal, signal}, block);
 }
 
-double amplitudeAt(const std::vector<scalar>& signal, double frequency, double rate, size_t start) {
-    double re = 0.0, im = 0.0;
-    for (size_t i = start; i < signal.size(); ++i) {
-        const double phase = 2.0 * std::numbers::pi * frequency * static_cast<double>(i) / rate;
-        re += signal[i] * std::cos(phase);
-        im += signal[i] * std::sin(phase);
-    }
-    return 2.0 * std::hypot(re, im) / static_cast<double>(signal.size() - start);
-}
-
-/// Energy of harmonics 2 to 8 relative to the fundamental.
+/// Harmonics 2 to 8 relative to the fundamental, over the second half.
 double harmonicRatio(const std::vector<scalar>& signal, double fundamental, double rate) {
     const size_t start = signal.size() / 2;
-    const double first = amplitudeAt(signal, fundamental, rate, start);
     double harmonics = 0.0;
     for (int k = 2; k <= 8; ++k) {
-        const double a = amplitudeAt(signal, k * fundamental, rate, start);
-        harmonics += a * a;
+        harmonics += std::pow(amplitudeAt(signal, k * fundamental, rate, start), 2);
     }
-    return std::sqrt(harmonics) / first;
-}
-
-double mean(const std::vector<scalar>& signal, size_t start) {
-    double sum = 0.0;
-    for (size_t i = start; i < signal.size(); ++i) {
-        sum += signal[i];
-    }
-    return sum / static_cast<double>(signal.size() - start);
-}
-
-double rms(const std::vector<scalar>& signal, size_t start) {
-    double sum = 0.0;
-    for (size_t i = start; i < signal.size(); ++i) {
-        sum += static_cast<double>(signal[i]) * signal[i];
-    }
-    return std::sqrt(sum / static_cast<double>(signal.size() - start));
-}
-
-void expectFinite(const std::vector<scalar>& signal) {
-    for (size_t i = 0; i < signal.size(); ++i) {
-        ASSERT_TRUE(std::isfinite(signal[i])) << "sample " << i;
-    }
-}
-
-TEST(Amplifier, BuiltInDocumentHasItsGraphsOutputsAndControls) {
-    auto driver = makeAmplifierDriver();
-    EXPECT_EQ(driver->getGraphs()->size(), 16u);
-    EXPECT_EQ(driver->getNumberOfOutputs(), 2u);
-    ASSERT_EQ(driver->getControls()->size(), 8u);
-    EXPECT_EQ((*driver->getControls())[3]->getDisplayName(), "Oversampling");
-    EXPECT_EQ(driver->getGraph("out DC block")->getName(), "out DC block");
+    return std::sqrt(harmonics) / amplitudeAt(signal, fundamental, rate, start);
 }
 
 /// The value each target of `control` holds after the control is set to `value`.
 std::vector<scalar> targetValues(const std::string& control, float value) {
     auto driver = makeAmplifier();
+    std::vector<scalar> values;
     for (const auto& candidate : *driver->getControls()) {
         if (candidate->getName() == control) {
             candidate->setValue(value);
-            std::vector<scalar> values;
             for (const auto& target : *candidate->getProperties()) {
                 values.push_back(target->value);
             }
-            return values;
         }
     }
-    return {};
+    return values;
 }
 
 TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
@@ -129,35 +82,31 @@ TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
 
 TEST(Amplifier, EmbeddedTablesAreTheCommittedDataFiles) {
     for (const auto& table : embeddedTables()) {
-        const auto path = nodara::testing::sourceDirectory() + "/amp/data/" + std::string(table.name) + ".f32";
-        std::ifstream file(path, std::ios::binary);
-        std::vector<float> values(table.values.size() + 1);
-        file.read(reinterpret_cast<char*>(values.data()), static_cast<std::streamsize>(values.size() * sizeof(float)));
-        ASSERT_EQ(static_cast<size_t>(file.gcount()), table.values.size() * sizeof(float)) << table.name;
-        values.pop_back();
-        EXPECT_TRUE(std::equal(values.begin(), values.end(), table.values.begin())) << table.name;
+        const std::string name(table.name);
+        std::ifstream file(nodara::testing::sourceDirectory() + "/amp/data/" + name + ".f32",
+                           std::ios::binary);
+        const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+        ASSERT_EQ(bytes.size(), table.values.size_bytes()) << table.name;
+        const auto* stored = reinterpret_cast<const char*>(table.values.data());
+        EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), stored)) << table.name;
     }
     EXPECT_EQ(embeddedTable("u87").values.size(), 27776u);
     EXPECT_THROW(embeddedTable("V4"), nodara::InvalidArgumentException);
 }
 
-TEST(Amplifier, OutputIsFiniteWithoutDcAndTheTwinStandsBypassed) {
-    auto driver = amplifier(48000.0f, 256);
+// With Stereo at 0 the second chain stands bypassed and passes its input; at 1 it is a twin.
+TEST(Amplifier, OutputIsFiniteWithoutDcAndStereoTurnsTheSecondChainOn) {
     const auto input = sine(110.0, 48000.0, 48000 * 2, 0.3, 0.2);
-    const auto out = render(*driver, input, 256);
-    expectFinite(out[0]);
-    const size_t settled = 48000;
-    EXPECT_GT(rms(out[0], settled), 1e-4);
-    EXPECT_LT(std::fabs(mean(out[0], settled)), 0.02 * rms(out[0], settled)) << "no DC";
-    EXPECT_EQ(out[1], input) << "with Stereo at 0 the second chain passes its input";
-}
-
-TEST(Amplifier, StereoTurnsTheSecondChainOn) {
-    auto driver = amplifier(48000.0f, 256, {{"Stereo", 1.0f}});
-    const auto input = sine(110.0, 48000.0, 24000, 0.3);
-    const auto out = render(*driver, input, 256);
-    for (size_t i = 0; i < out[0].size(); ++i) {
-        ASSERT_NEAR(out[1][i], out[0][i], 1e-6f) << "twin chains on one signal agree";
+    const auto out = render(*amplifier(48000.0f, 256), input, 256);
+    EXPECT_TRUE(allFinite(out[0]));
+    const double level = rms(out[0], 48000);
+    const double mean = std::accumulate(out[0].begin() + 48000, out[0].end(), 0.0) / 48000;
+    EXPECT_GT(level, 1e-4);
+    EXPECT_LT(std::fabs(mean), 0.02 * level) << "no DC";
+    EXPECT_EQ(out[1], input);
+    const auto twins = render(*amplifier(48000.0f, 256, {{"Stereo", 1.0f}}), input, 256);
+    for (size_t i = 0; i < twins[0].size(); ++i) {
+        ASSERT_NEAR(twins[1][i], twins[0][i], 1e-6f) << "twin chains on one signal agree";
     }
 }
 
@@ -168,45 +117,41 @@ TEST(Amplifier, SwitchingCpuAndOversamplingWhileRunningStaysFinite) {
     std::vector<scalar> output;
     for (size_t block = 0; block < 400; ++block) {
         if (block == 100) {
-            controls[5]->setValue(1.0f);  // CPU: full quality
+            controls[5]->setValue(1.0f); // CPU: full quality
         } else if (block == 200) {
-            controls[3]->setValue(1.0f);  // 8x
+            controls[3]->setValue(1.0f); // 8x
         } else if (block == 300) {
-            controls[3]->setValue(0.0f);  // 2x
+            controls[3]->setValue(0.0f); // 2x
             controls[5]->setValue(0.0f);
         }
-        std::vector<scalar> chunk(input.begin() + static_cast<long>(block * 128),
-                                  input.begin() + static_cast<long>((block + 1) * 128));
-        const auto out = render(*driver, chunk, 128)[0];
+        const auto first = input.begin() + long(block * 128);
+        const auto out = render(*driver, {first, first + 128}, 128)[0];
         output.insert(output.end(), out.begin(), out.end());
     }
-    expectFinite(output);
+    EXPECT_TRUE(allFinite(output));
     EXPECT_DOUBLE_EQ(driver->getMultipliers()[0], 1.0);
     EXPECT_DOUBLE_EQ(driver->getMultipliers()[1], 2.0) << "V1 runs at twice the host rate";
     EXPECT_GT(rms(output, 350 * 128), 1e-4);
 }
 
-TEST(Amplifier, TheFullQualityBranchSoundsDifferentlyWhenDriven) {
-    const auto input = sine(220.0, 48000.0, 48000, 0.8);
-    const auto low = render(*amplifier(48000.0f, 256, {{"Gain", 0.9f}}), input, 256)[0];
-    const auto full = render(*amplifier(48000.0f, 256, {{"Gain", 0.9f}, {"CPU", 1.0f}}), input, 256)[0];
-    expectFinite(full);
-    double difference = 0.0;
-    for (size_t i = 24000; i < low.size(); ++i) {
-        difference = std::max(difference, static_cast<double>(std::fabs(low[i] - full[i])));
-    }
-    EXPECT_GT(difference, 1e-4);
-}
-
-TEST(Amplifier, HarmonicsRiseWithGain) {
+TEST(Amplifier, HarmonicsRiseWithGainAndTheFullQualityBranchSoundsDifferently) {
     const auto input = sine(220.0, 48000.0, 48000, 0.5);
     double previous = 0.0;
     for (float gain : {0.1f, 0.5f, 0.9f}) {
-        const auto out = render(*amplifier(48000.0f, 256, {{"Gain", gain}, {"Cabinet", 0.0f}}), input, 256)[0];
-        const double ratio = harmonicRatio(out, 220.0, 48000.0);
+        auto driver = amplifier(48000.0f, 256, {{"Gain", gain}, {"Cabinet", 0.0f}});
+        const double ratio = harmonicRatio(render(*driver, input, 256)[0], 220.0, 48000.0);
         EXPECT_GT(ratio, previous) << "Gain " << gain;
         previous = ratio;
     }
+    const auto low = render(*amplifier(48000.0f, 256, {{"Gain", 0.9f}}), input, 256)[0];
+    auto fullQuality = amplifier(48000.0f, 256, {{"Gain", 0.9f}, {"CPU", 1.0f}});
+    const auto full = render(*fullQuality, input, 256)[0];
+    EXPECT_TRUE(allFinite(full));
+    double difference = 0.0;
+    for (size_t i = 24000; i < low.size(); ++i) {
+        difference = std::max(difference, double(std::fabs(low[i] - full[i])));
+    }
+    EXPECT_GT(difference, 1e-4);
 }
 
 TEST(Amplifier, BlockSizeChangesOnlyTheConvolutionsRounding) {
@@ -224,9 +169,8 @@ TEST(Amplifier, BlockSizeChangesOnlyTheConvolutionsRounding) {
 
 TEST(Amplifier, RunsAtCommonSampleRates) {
     for (float rate : {44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
-        const auto input = sine(440.0, rate, static_cast<size_t>(rate / 2), 0.3);
-        const auto out = render(*amplifier(rate, 512), input, 512)[0];
-        expectFinite(out);
+        const auto out = render(*amplifier(rate, 512), sine(440.0, rate, size_t(rate / 2), 0.3), 512)[0];
+        EXPECT_TRUE(allFinite(out)) << rate;
         EXPECT_GT(rms(out, out.size() / 2), 1e-4) << rate;
     }
 }

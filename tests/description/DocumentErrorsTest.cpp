@@ -21,16 +21,48 @@ std::string system(const std::string& graphs, const std::string& rest = "") {
     return "<System><Graphs>" + graphs + "</Graphs>" + rest + "</System>";
 }
 
+/// A system of one graph G holding `content`.
+std::string inG(const std::string& content) {
+    return system(graph("Name=\"G\" Type=\"DSP\"", content));
+}
+
+/// A system of one Gain element A whose single input has the attributes `input`.
+std::string gainReading(const std::string& input) {
+    return inG("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input " + input +
+               "/></Inputs></Element>");
+}
+
 const std::string plainGraph =
     graph("Name=\"G\" Type=\"DSP\"",
           gain + "<Output><Node Name=\"out\" Element=\"A\" Index=\"0\"/></Output>"
                  "<NumberOfInputs>1</NumberOfInputs>");
 
-std::string withControl(const std::string& control) {
-    return system(plainGraph, "<Controls>" + control + "</Controls>");
+/// Graph `name` whose Gain A reads the graph inputs `inputs` and gives node "out".
+std::string gainGraph(const std::string& name, const std::string& attributes,
+                      const std::string& inputs, int count = 1) {
+    return graph("Name=\"" + name + "\" Type=\"DSP\" " + attributes,
+                 gain + "<Inputs>" + inputs + "</Inputs><Output><Node Name=\"out\" Element=\"A\" "
+                 "Index=\"0\"/></Output><NumberOfInputs>" + std::to_string(count) + "</NumberOfInputs>");
 }
 
-std::vector<ErrorCase> grammarCases() {
+/// An iterative graph with the given settings.
+std::string iterative(const std::string& settings) {
+    return inG("<Properties ProcessingMethod=\"Iterative\" " + settings + "/>" + gain +
+               "<NumberOfInputs>1</NumberOfInputs>");
+}
+
+/// The plain graph with one control whose attributes and content are `control`.
+std::string withControl(const std::string& control) {
+    return system(plainGraph, "<Controls><Control " + control + "</Control></Controls>");
+}
+
+/// The plain graph with a control "c" setting the properties `properties`.
+std::string controlSetting(const std::string& properties) {
+    return withControl("Name=\"c\" DisplayName=\"d\" Value=\"0\"><Properties>" + properties +
+                       "</Properties>");
+}
+
+std::vector<ErrorCase> errorCases() {
     return {
         {"malformed xml", "<System><Graphs>", "Cannot load xml document. Error: Start-end tags mismatch"},
         {"no graphs", "<System><Graphs/></System>", "No graphs to parse."},
@@ -46,76 +78,43 @@ std::vector<ErrorCase> grammarCases() {
          "Invalid Graph Multiplier. Graph: G Multiplier: "},
         {"negative multiplier", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"-2\"", gain)),
          "Invalid Graph Multiplier. Graph: G Multiplier: -2"},
-        {"no elements", system(graph("Name=\"G\" Type=\"DSP\"", "")), "No elements in graph G"},
-        {"unknown element type",
-         system(graph("Name=\"G\" Type=\"DSP\"", "<Element Type=\"Nope\" Name=\"x\"/>")),
+        {"no elements", inG(""), "No elements in graph G"},
+        {"unknown element type", inG("<Element Type=\"Nope\" Name=\"x\"/>"),
          "Unknown element type: Nope"},
-        {"element without type",
-         system(graph("Name=\"G\" Type=\"DSP\"", "<Element Name=\"x\"/>")), "Unknown element type: "},
-        {"element without name",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\"><Properties Gain=\"1\"/></Element>")),
+        {"element without type", inG("<Element Name=\"x\"/>"), "Unknown element type: "},
+        {"element without name", inG("<Element Type=\"Gain\"><Properties Gain=\"1\"/></Element>"),
          "Element name is not specified. Graph: G"},
         {"element with empty name",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\" Name=\"\"><Properties Gain=\"1\"/></Element>")),
+         inG("<Element Type=\"Gain\" Name=\"\"><Properties Gain=\"1\"/></Element>"),
          "Element name is not specified. Graph: G"},
-        {"duplicate element", system(graph("Name=\"G\" Type=\"DSP\"", gain + gain)),
-         "DSPContext: Duplicate element name: A"},
-        {"input without port",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
-                      "<Input Element=\"Graph\" Output=\"0\"/></Inputs></Element>")),
+        {"duplicate element", inG(gain + gain), "DSPContext: Duplicate element name: A"},
+        {"input without port", gainReading("Element=\"Graph\" Output=\"0\""),
          "Input without a Port name."},
-        {"port refused by meta",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
-                      "<Input Port=\"inn\" Element=\"Graph\" Output=\"0\"/></Inputs></Element>")),
+        {"port refused by meta", gainReading("Port=\"inn\" Element=\"Graph\" Output=\"0\""),
          "Invalid input port name: inn. Expected \"in\"."},
-        {"input without element",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
-                      "<Input Port=\"in\" Output=\"0\"/></Inputs></Element>")),
+        {"input without element", gainReading("Port=\"in\" Output=\"0\""),
          "Input without an Element name."},
-        {"unknown source element",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
-                      "<Input Port=\"in\" Element=\"B\" Output=\"out\"/></Inputs></Element>")),
+        {"unknown source element", gainReading("Port=\"in\" Element=\"B\" Output=\"out\""),
          "Cannot find input filter with name B"},
-        {"input without output",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
-                      "<Input Port=\"in\" Element=\"Graph\"/></Inputs></Element>")),
+        {"input without output", gainReading("Port=\"in\" Element=\"Graph\""),
          "Input without an Output port."},
-        {"source output port refused",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      gain + element("Gain", "B", "Gain=\"1\"", "A", "output"))),
+        {"source output port refused", inG(gain + element("Gain", "B", "Gain=\"1\"", "A", "output")),
          "Invalid output port name: output. Expected \"out\"."},
-        {"output node without name",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      gain + "<Output><Node Element=\"A\" Index=\"0\"/></Output>")),
+        {"output node without name", inG(gain + "<Output><Node Element=\"A\" Index=\"0\"/></Output>"),
          "Output Node without a name."},
-        {"output node without element",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      gain + "<Output><Node Name=\"out\" Index=\"0\"/></Output>")),
+        {"output node without element", inG(gain + "<Output><Node Name=\"out\" Index=\"0\"/></Output>"),
          "Output Node without an Element attribute."},
         {"output node with unknown element",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      gain + "<Output><Node Name=\"out\" Element=\"Z\" Index=\"0\"/></Output>")),
+         inG(gain + "<Output><Node Name=\"out\" Element=\"Z\" Index=\"0\"/></Output>"),
          "Cannot find output filter with name Z"},
         {"output node without port or index",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      gain + "<Output><Node Name=\"out\" Element=\"A\"/></Output>")),
+         inG(gain + "<Output><Node Name=\"out\" Element=\"A\"/></Output>"),
          "Output Node without a Port or an Index attribute."},
-        {"graph input without graph",
-         system(graph("Name=\"G\" Type=\"DSP\"", gain + "<Inputs><Input Node=\"0\"/></Inputs>")),
+        {"graph input without graph", inG(gain + "<Inputs><Input Node=\"0\"/></Inputs>"),
          "Input without a graph name."},
         {"graph input from unknown graph",
-         system(graph("Name=\"G\" Type=\"DSP\"",
-                      gain + "<Inputs><Input Graph=\"H\" Node=\"out\"/></Inputs>")),
-         "Invalid input graph: H"},
-        {"graph input without node",
-         system(graph("Name=\"G\" Type=\"DSP\"", gain + "<Inputs><Input Graph=\"System\"/></Inputs>")),
+         inG(gain + "<Inputs><Input Graph=\"H\" Node=\"out\"/></Inputs>"), "Invalid input graph: H"},
+        {"graph input without node", inG(gain + "<Inputs><Input Graph=\"System\"/></Inputs>"),
          "Input without a Node name."},
         {"graph input from unknown node",
          system(plainGraph + graph("Name=\"H\" Type=\"DSP\"",
@@ -136,111 +135,75 @@ std::vector<ErrorCase> grammarCases() {
         {"system output from unknown node",
          system(plainGraph, "<Outputs><Output Graph=\"G\" Node=\"x\"/></Outputs>"),
          "Cannot find output node x for graph G"},
-        {"control without name", withControl("<Control DisplayName=\"d\" Value=\"0\"/>"),
-         "Control without a name."},
-        {"control without display name", withControl("<Control Name=\"c\" Value=\"0\"/>"),
+        {"control without name", withControl("DisplayName=\"d\" Value=\"0\">"), "Control without a name."},
+        {"control without display name", withControl("Name=\"c\" Value=\"0\">"),
          "Control without a display name. Control name: c"},
-        {"control without value", withControl("<Control Name=\"c\" DisplayName=\"d\"/>"),
+        {"control without value", withControl("Name=\"c\" DisplayName=\"d\">"),
          "Control without a Value. Control name: c"},
         {"control without properties",
-         withControl("<Control Name=\"c\" DisplayName=\"d\" Value=\"0\"><UIProperties X=\"1\"/></Control>"),
+         withControl("Name=\"c\" DisplayName=\"d\" Value=\"0\"><UIProperties X=\"1\"/>"),
          "Control without properties. Control name: c"},
-        {"property without name",
-         withControl("<Control Name=\"c\" DisplayName=\"d\" Value=\"0\"><Properties>"
-                     "<Property Graph=\"G\"/></Properties></Control>"),
-         "Property without a name."},
-        {"property without graph",
-         withControl("<Control Name=\"c\" DisplayName=\"d\" Value=\"0\"><Properties>"
-                     "<Property Name=\"Gain\"/></Properties></Control>"),
+        {"property without name", controlSetting("<Property Graph=\"G\"/>"), "Property without a name."},
+        {"property without graph", controlSetting("<Property Name=\"Gain\"/>"),
          "Property without a graph. Property name: Gain"},
-        {"property of unknown type",
-         withControl("<Control Name=\"c\" DisplayName=\"d\" Value=\"0\"><Properties>"
-                     "<Property Name=\"Gain\" Graph=\"G\" Type=\"vector\"/></Properties></Control>"),
+        {"property of unknown type", controlSetting("<Property Name=\"Gain\" Graph=\"G\" Type=\"vector\"/>"),
          "Unknown property type vector"},
+        {"property of an unknown graph",
+         controlSetting("<Property Name=\"Gain\" Graph=\"X\" Element=\"A\"/>"),
+         "Invalid Property: Invalid graph name X. Property, name=Gain"},
+        {"property of an unknown element",
+         controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"B\"/>"),
+         "DSOContext: Cannot find element with name B"},
+        {"property set twice",
+         controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"
+                        "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"),
+         "Driver: Multiple definitions of the same property. Property name: Gain graph: G element: A"},
+        {"a wire from a missing graph input",
+         oneGraphSystem("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input "
+                        "Port=\"in\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>", "A"),
+         "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s)."},
+        {"no outputs", inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
+        {"negative input count", inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
+         "Number of inputs must be greater than zero. Number of inputs =-1"},
+        {"unknown processing method", inG(gain + "<Properties ProcessingMethod=\"Fast\"/>"),
+         "DSPGraph: Invalid ProcessingMethod property Fast"},
+        {"no relative tolerance", iterative("AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
+         "DSPGraph: RelativeTollerance is not defined."},
+        {"no absolute tolerance", iterative("RelativeTollerance=\"1\" MaxIterations=\"2\""),
+         "DSPGraph: AbsoluteTollerance is not defined."},
+        {"no iteration limit", iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\""),
+         "DSPGraph: MaxIterations is not defined."},
+        {"zero relative tolerance",
+         iterative("RelativeTollerance=\"0\" AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
+         "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=0"},
+        {"negative absolute tolerance",
+         iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"-1\" MaxIterations=\"2\""),
+         "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1"},
+        {"zero iteration limit",
+         iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\" MaxIterations=\"0\""),
+         "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0"},
+        {"inputs at two rates",
+         system(gainGraph("Up", "Multiplier=\"2.0\"", "<Input Graph=\"System\" Node=\"0\"/>") +
+                gainGraph("Mix", "",
+                          "<Input Graph=\"Up\" Node=\"out\"/><Input Graph=\"System\" Node=\"0\"/>", 2)),
+         "Invalid input multipliers for graph Mix"},
+        {"system output at another rate",
+         system(gainGraph("Up", "Multiplier=\"2.0\"", "<Input Graph=\"System\" Node=\"0\"/>"),
+                "<Outputs><Output Graph=\"Up\" Node=\"out\"/></Outputs>"),
+         "Invalid multiplier. Expected 1 but got 2"},
+        {"graphs that feed each other",
+         system(gainGraph("P", "", "<Input Graph=\"Q\" Node=\"out\"/>") +
+                gainGraph("Q", "", "<Input Graph=\"P\" Node=\"out\"/>")),
+         "Graphs do not form a DAG."},
     };
 }
 
-TEST(DocumentErrors, EveryGrammarFaultEndsWithItsExactMessage) {
-    for (const auto& error : grammarCases()) {
+// Grammar faults found by the parser, then binding, graph and rate faults found as the system is
+// built.
+TEST(DocumentErrors, EveryFaultEndsWithItsExactMessage) {
+    for (const auto& error : errorCases()) {
         EXPECT_EQ(initError(error.document), error.message) << error.what;
     }
-}
-
-TEST(DocumentErrors, BindingFaultsNameTheMissingTarget) {
-    auto control = [](const std::string& property) {
-        return withControl("<Control Name=\"c\" DisplayName=\"d\" Value=\"0\"><Properties>" +
-                           property + "</Properties></Control>");
-    };
-    EXPECT_EQ(initError(control("<Property Name=\"Gain\" Graph=\"X\" Element=\"A\"/>")),
-              "Invalid Property: Invalid graph name X. Property, name=Gain");
-    EXPECT_EQ(initError(control("<Property Name=\"Gain\" Graph=\"G\" Element=\"B\"/>")),
-              "DSOContext: Cannot find element with name B");
-    EXPECT_EQ(initError(control("<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"
-                                "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>")),
-              "Driver: Multiple definitions of the same property. Property name: Gain graph: G "
-              "element: A");
-}
-
-TEST(DocumentErrors, GraphFaultsFoundWhenTheSystemIsBuilt) {
-    const std::string loop = element("Gain", "A", "Gain=\"1\"", "B") +
-                             element("Gain", "B", "Gain=\"1\"", "A");
-    EXPECT_EQ(initError(system(graph("Name=\"G\" Type=\"DSP\"",
-                                     loop + "<NumberOfInputs>1</NumberOfInputs>"))),
-              "Filters do not form a DAG.");
-    EXPECT_EQ(initError(system(graph("Name=\"G\" Type=\"DSP\"", gain))),
-              "Invalid number of outputs for DSPGraph G, number of outputs: 0");
-    EXPECT_EQ(initError(system(graph("Name=\"G\" Type=\"DSP\"",
-                                     gain + "<NumberOfInputs>-1</NumberOfInputs>"))),
-              "Number of inputs must be greater than zero. Number of inputs =-1");
-    EXPECT_EQ(initError(system(graph("Name=\"G\" Type=\"DSP\"",
-                                     gain + "<Properties ProcessingMethod=\"Fast\"/>"))),
-              "DSPGraph: Invalid ProcessingMethod property Fast");
-}
-
-TEST(DocumentErrors, IterativeGraphsNeedTheirThreeSettings) {
-    auto iterative = [](const std::string& settings) {
-        return initError(system(graph(
-            "Name=\"G\" Type=\"DSP\"",
-            "<Properties ProcessingMethod=\"Iterative\" " + settings + "/>" + gain +
-                "<NumberOfInputs>1</NumberOfInputs>")));
-    };
-    EXPECT_EQ(iterative("AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
-              "DSPGraph: RelativeTollerance is not defined.");
-    EXPECT_EQ(iterative("RelativeTollerance=\"1\" MaxIterations=\"2\""),
-              "DSPGraph: AbsoluteTollerance is not defined.");
-    EXPECT_EQ(iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\""),
-              "DSPGraph: MaxIterations is not defined.");
-    EXPECT_EQ(iterative("RelativeTollerance=\"0\" AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
-              "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=0");
-    EXPECT_EQ(iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"-1\" MaxIterations=\"2\""),
-              "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1");
-    EXPECT_EQ(iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\" MaxIterations=\"0\""),
-              "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0");
-}
-
-TEST(DocumentErrors, MultipliersMustAgreeAcrossTheNet) {
-    const std::string up = graph("Name=\"Up\" Type=\"DSP\" Multiplier=\"2.0\"",
-                                 gain + "<Inputs><Input Graph=\"System\" Node=\"0\"/></Inputs>"
-                                        "<Output><Node Name=\"out\" Element=\"A\" Index=\"0\"/></Output>"
-                                        "<NumberOfInputs>1</NumberOfInputs>");
-    const std::string mix =
-        graph("Name=\"Mix\" Type=\"DSP\"",
-              gain + "<Inputs><Input Graph=\"Up\" Node=\"out\"/><Input Graph=\"System\" Node=\"0\"/>"
-                     "</Inputs><Output><Node Name=\"out\" Element=\"A\" Index=\"0\"/></Output>"
-                     "<NumberOfInputs>2</NumberOfInputs>");
-    EXPECT_EQ(initError(system(up + mix)), "Invalid input multipliers for graph Mix");
-    EXPECT_EQ(initError(system(up, "<Outputs><Output Graph=\"Up\" Node=\"out\"/></Outputs>")),
-              "Invalid multiplier. Expected 1 but got 2");
-}
-
-TEST(DocumentErrors, GraphsThatFeedEachOtherAreRefused) {
-    auto looped = [&](const std::string& name, const std::string& source) {
-        return graph("Name=\"" + name + "\" Type=\"DSP\"",
-                     gain + "<Inputs><Input Graph=\"" + source + "\" Node=\"out\"/></Inputs>"
-                            "<Output><Node Name=\"out\" Element=\"A\" Index=\"0\"/></Output>"
-                            "<NumberOfInputs>1</NumberOfInputs>");
-    };
-    EXPECT_EQ(initError(system(looped("P", "Q") + looped("Q", "P"))), "Graphs do not form a DAG.");
 }
 
 TEST(DocumentErrors, CircuitGraphsReachTheCircuitParser) {

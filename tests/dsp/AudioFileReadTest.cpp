@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -33,68 +34,43 @@ const std::string monoInt16 = fmtChunk(1, 1, 44100, 16);
 const std::string fourSamples16 =
     chunk("data", le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000));
 
-/// A fresh file path in the temporary folder, removed with the object.
-struct TemporaryFile {
-    explicit TemporaryFile(const std::string& contents)
-        : path(std::filesystem::temp_directory_path() /
-               ("cabinet-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".wav")) {
-        std::ofstream(path, std::ios::binary) << contents;
-    }
-    ~TemporaryFile() { std::filesystem::remove(path); }
-    std::filesystem::path path;
-};
+/// A file in the temporary folder holding `contents`.
+std::string temporaryFile(const std::string& name, const std::string& contents) {
+    const auto path = std::filesystem::temp_directory_path() / name;
+    std::ofstream(path, std::ios::binary) << contents;
+    return path.string();
+}
 
 } // namespace
 
 TEST(AudioFileReadTest, SamplesConvertWithTheFixedGains) {
     struct Case {
         const char* label;
-        std::string format;
+        std::uint16_t tag, bits;
         std::string data;
         std::vector<float> expected;
     };
     const auto le24 = [](std::uint32_t v) { return littleEndian(v, 3); };
-    const auto le64f = [](double v) {
-        std::uint64_t bits;
-        std::memcpy(&bits, &v, 8);
-        return littleEndian(bits, 8);
-    };
-    const auto le32f = [](float v) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &v, 4);
-        return le32(bits);
-    };
+    const auto le64f = [](double v) { return littleEndian(std::bit_cast<std::uint64_t>(v), 8); };
+    const auto le32f = [](float v) { return le32(std::bit_cast<std::uint32_t>(v)); };
     const Case cases[] = {
-        {"8-bit, unsigned around 128",
-         fmtChunk(1, 1, 48000, 8),
-         std::string("\x80\xFF\x00\xC0", 4),
+        {"8-bit, unsigned around 128", 1, 8, std::string("\x80\xFF\x00\xC0", 4),
          {0.0f, 0.9921875f, -1.0f, 0.5f}},
-        {"16-bit",
-         fmtChunk(1, 1, 48000, 16),
-         le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000),
+        {"16-bit", 1, 16, le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000),
          {0.0f, 0.999969482421875f, -1.0f, 0.5f}},
-        {"24-bit",
-         fmtChunk(1, 1, 48000, 24),
-         le24(0x7FFFFF) + le24(0x800000) + le24(0x400000) + le24(1),
+        {"24-bit", 1, 24, le24(0x7FFFFF) + le24(0x800000) + le24(0x400000) + le24(1),
          {0.99999988079071044921875f, -1.0f, 0.5f, 1.1920928955078125e-07f}},
         // 2^31 − 1 rounds up to 2^31 in single precision.
-        {"32-bit",
-         fmtChunk(1, 1, 48000, 32),
-         le32(0x7FFFFFFF) + le32(0x80000000) + le32(0x40000000) + le32(1),
+        {"32-bit", 1, 32, le32(0x7FFFFFFF) + le32(0x80000000) + le32(0x40000000) + le32(1),
          {1.0f, -1.0f, 0.5f, 4.656612873077392578125e-10f}},
-        {"32-bit float",
-         fmtChunk(3, 1, 48000, 32),
-         le32f(0.25f) + le32f(-0.75f) + le32f(1.5f) + le32f(1e-20f),
+        {"32-bit float", 3, 32, le32f(0.25f) + le32f(-0.75f) + le32f(1.5f) + le32f(1e-20f),
          {0.25f, -0.75f, 1.5f, 1e-20f}},
-        {"64-bit float",
-         fmtChunk(3, 1, 48000, 64),
-         le64f(0.1) + le64f(-1e-3) + le64f(2.0) + le64f(0.0),
+        {"64-bit float", 3, 64, le64f(0.1) + le64f(-1e-3) + le64f(2.0) + le64f(0.0),
          {static_cast<float>(0.1), static_cast<float>(-1e-3), 2.0f, 0.0f}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.label);
-        auto file = openWav(riff(c.format + chunk("data", c.data)));
+        auto file = openWav(riff(fmtChunk(c.tag, 1, 48000, c.bits) + chunk("data", c.data)));
         EXPECT_EQ(file.fileSize(), 4u);
         EXPECT_EQ(file.fileRate(), 48000.0);
         EXPECT_EQ(readAll(file), c.expected);
@@ -189,13 +165,13 @@ TEST(AudioFileReadTest, FailuresCarryTheirMessages) {
 }
 
 TEST(AudioFileReadTest, ReadersHandOverTheirBytesAsAStream) {
-    const std::string bytes = riff(monoInt16 + fourSamples16);
-    const TemporaryFile file(bytes);
-    const nodara::FileReader fromFile(file.path.string());
+    static const std::string bytes = riff(monoInt16 + fourSamples16);
+    const std::string path = temporaryFile("cabinet-bytes.wav", bytes);
+    const nodara::FileReader fromFile(path);
+    std::filesystem::remove(path);
     EXPECT_EQ(std::string(fromFile.data(), fromFile.size()), bytes);
 
-    static const std::string resource = riff(monoInt16 + fourSamples16);
-    nodara::EmbeddedResources::add("cabinet-test", "WAVE", resource.data(), resource.size());
+    nodara::EmbeddedResources::add("cabinet-test", "WAVE", bytes.data(), bytes.size());
     const nodara::DllResourceReader fromResource("cabinet-test", "WAVE");
     stk::AudioFileRead decoded(nodara::openByteStream(fromResource.data(), fromResource.size()),
                                "cabinet-test");
@@ -206,8 +182,7 @@ TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
     using failurecheck::Case;
     static const char blob[] = "x";
     nodara::EmbeddedResources::add("cabinet-case", "WAVE", blob, 1);
-    const TemporaryFile empty("");
-    const std::string emptyPath = empty.path.string();
+    const std::string emptyPath = temporaryFile("cabinet-empty.wav", "");
     const Case cases[] = {
         {"missing file", [] { nodara::FileReader("/nonexistent/cabinet.wav"); },
          typeid(NodaraException), "Cannot find file with name: /nonexistent/cabinet.wav"},
@@ -223,4 +198,5 @@ TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
     for (const Case& c : cases) {
         failurecheck::expectFailure(c);
     }
+    std::filesystem::remove(emptyPath);
 }

@@ -2,36 +2,28 @@
 
 // Plain time-domain convolution in double precision, the reference for the FFT convolver.
 
+#include "runtime/Filter.h"
+#include "support/Signals.h"
+
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <random>
 #include <vector>
 
 namespace reference {
+
+using nodara::testing::noise;
 
 /// y[t] = Σ_k h[k]·x[t−k] for t < x.size(), starting from silence.
 inline std::vector<double> convolve(const std::vector<float>& x, const std::vector<float>& h) {
     std::vector<double> y(x.size(), 0.0);
     for (size_t t = 0; t < x.size(); ++t) {
-        double sum = 0.0;
         for (size_t k = 0; k < h.size() && k <= t; ++k) {
-            sum += static_cast<double>(h[k]) * x[t - k];
+            y[t] += static_cast<double>(h[k]) * x[t - k];
         }
-        y[t] = sum;
     }
     return y;
-}
-
-/// Seeded uniform noise in [−1, 1).
-inline std::vector<float> noise(size_t count, std::uint32_t seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<float> uniform(-1.0f, 1.0f);
-    std::vector<float> out(count);
-    for (float& sample : out) {
-        sample = uniform(generator);
-    }
-    return out;
 }
 
 /// Largest |a[i] − b[i]|.
@@ -51,6 +43,30 @@ inline double tolerance(const std::vector<float>& h) {
         energy += static_cast<double>(tap) * tap;
     }
     return 4e-6 * std::sqrt(energy);
+}
+
+/// Whether `y` is x convolved with h, within the transforms' rounding.
+inline ::testing::AssertionResult matches(const std::vector<float>& y, const std::vector<float>& x,
+                                          const std::vector<float>& h) {
+    const double error = maxError(y, convolve(x, h));
+    if (error < tolerance(h)) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "error " << error << ", allowed " << tolerance(h);
+}
+
+/// Runs x[from, to) through `filter` in blocks cycling over `blocks`; returns the outputs.
+inline std::vector<float> run(nodara::Filter& filter, const std::vector<float>& x,
+                              const std::vector<size_t>& blocks, size_t from = 0,
+                              size_t to = SIZE_MAX) {
+    std::vector<float> y;
+    to = std::min(to, x.size());
+    for (size_t at = from, b = 0; at < to; at += blocks[b++ % blocks.size()]) {
+        const size_t n = std::min(blocks[b % blocks.size()], to - at);
+        filter.process(std::vector<float*>{const_cast<float*>(x.data() + at)}, n);
+        y.insert(y.end(), filter.getOutput(0), filter.getOutput(0) + n);
+    }
+    return y;
 }
 
 } // namespace reference

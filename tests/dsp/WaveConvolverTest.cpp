@@ -1,8 +1,8 @@
 #include "dsp/WaveConvolver.h"
-#include "description/DSPElementFactory.h"
 #include "dsp/EmbeddedResources.h"
 #include "dsp/ResponseResampler.h"
-#include "runtime/Driver.h"
+#include "runtime/DSPGraph.h"
+#include "support/Documents.h"
 
 #include "dsp/ConvolutionReference.h"
 #include "dsp/FailureCheck.h"
@@ -10,15 +10,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <complex>
 #include <filesystem>
 #include <fstream>
-#include <numbers>
-#include <numeric>
-#include <sstream>
 
 using namespace nodara;
+using nodara::testing::driverFor;
+using nodara::testing::oneGraphSystem;
+using reference::noise;
+using reference::run;
 
 namespace {
 
@@ -30,9 +29,9 @@ std::shared_ptr<Samples> shared(const Samples& samples) {
     return std::make_shared<Samples>(samples);
 }
 
-/// A Memory cabinet holding response "a" at 48 kHz, and "b" at 44.1 kHz when given.
+/// A Memory cabinet holding response "a" at 48 kHz and "b" at 44.1 kHz, running at `rate`.
 std::unique_ptr<WaveConvolver> makeCabinet(Properties properties, const Samples& a,
-                                           const Samples& b = {1.0f}) {
+                                           const Samples& b = {1.0f}, float rate = 48000.0f) {
     properties.insert({"Location", "Memory"});
     properties.insert({"ImpulseResponses", "a|b"});
     properties.insert({"MaxIRSize", "8192"});
@@ -41,69 +40,12 @@ std::unique_ptr<WaveConvolver> makeCabinet(Properties properties, const Samples&
     cabinet->addImpulseResponse("a", 48000.0f, shared(a));
     cabinet->addImpulseResponse("b", 44100.0f, shared(b));
     cabinet->setMaxBlockSize(64);
+    cabinet->setSampleRate(rate);
     return cabinet;
 }
 
 const Samples& responseOf(const WaveConvolver& cabinet) {
     return cabinet.getConvolver().getImpulseResponse();
-}
-
-Samples sine(size_t length, double frequency, double rate, double amplitude) {
-    Samples out(length);
-    for (size_t i = 0; i < length; ++i) {
-        out[i] = static_cast<float>(amplitude * std::sin(2.0 * std::numbers::pi * frequency *
-                                                         static_cast<double>(i) / rate));
-    }
-    return out;
-}
-
-/// |Σ h[k]·e^(−iωk)| at `frequency`.
-double gainAt(const Samples& h, double frequency, double rate) {
-    std::complex<double> sum = 0.0;
-    for (size_t k = 0; k < h.size(); ++k) {
-        sum += static_cast<double>(h[k]) *
-               std::polar(1.0, -2.0 * std::numbers::pi * frequency * static_cast<double>(k) / rate);
-    }
-    return std::abs(sum);
-}
-
-/// A Hann-windowed sinc low pass at `cutoff`, unity gain at DC.
-Samples lowPass(size_t taps, double cutoff, double rate) {
-    Samples h(taps);
-    const double middle = static_cast<double>(taps - 1) / 2.0;
-    double sum = 0.0;
-    for (size_t k = 0; k < taps; ++k) {
-        const double t = static_cast<double>(k) - middle;
-        const double x = 2.0 * cutoff / rate * t;
-        const double sinc =
-            t == 0.0 ? 1.0 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
-        const double window = 0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * k / (taps - 1));
-        h[k] = static_cast<float>(sinc * window);
-        sum += h[k];
-    }
-    for (float& tap : h) {
-        tap = static_cast<float>(tap / sum);
-    }
-    return h;
-}
-
-double peak(const Samples& x, size_t from, size_t to) {
-    double largest = 0.0;
-    for (size_t i = from; i < to; ++i) {
-        largest = std::max(largest, std::fabs(static_cast<double>(x[i])));
-    }
-    return largest;
-}
-
-Samples runBlocks(Filter& filter, const Samples& input, size_t block) {
-    Samples output;
-    for (size_t at = 0; at < input.size(); at += block) {
-        const size_t n = std::min(block, input.size() - at);
-        std::vector<scalar*> in{const_cast<float*>(input.data() + at)};
-        filter.process(in, n);
-        output.insert(output.end(), filter.getOutput(0), filter.getOutput(0) + n);
-    }
-    return output;
 }
 
 } // namespace
@@ -129,36 +71,22 @@ TEST(ResponseResamplerTest, LengthIsTheRoundedRateRatio) {
 
 TEST(ResponseResamplerTest, ASineKeepsItsLevelUpToTheRateRatio) {
     for (auto [from, to] : {std::pair{48000.0, 44100.0}, std::pair{44100.0, 96000.0}}) {
-        SCOPED_TRACE(testing::Message() << from << " to " << to);
-        const auto out = resampleResponse(sine(9600, 1000.0, from, 0.5), from, to);
+        SCOPED_TRACE(::testing::Message() << from << " to " << to);
+        const auto out = resampleResponse(nodara::testing::sine(1000.0, from, 9600, 0.5), from, to);
         // Away from the ends, where the converter starts from and returns to silence.
-        const double middle = peak(out, out.size() / 4, 3 * out.size() / 4);
+        const double middle = nodara::testing::peak(out, out.size() / 4, 3 * out.size() / 4);
         EXPECT_NEAR(middle, 0.5 * from / to, 1e-3);
     }
 }
 
-TEST(WaveConvolverTest, AResponseAtTheRunningRateIsCopiedAndTheStoredOneStays) {
-    const Samples a = reference::noise(500, 1);
+TEST(WaveConvolverTest, ConditioningWorksOnACopyOfTheStoredResponse) {
+    const Samples a = noise(500, 1);
     auto stored = shared(a);
-    auto cabinet = makeCabinet({{"Gain", "0.5"}, {"Scale", "true"}}, {});
+    auto cabinet = makeCabinet({{"Gain", "0.5"}, {"Scale", "true"}}, a, {1.0f}, 44100.0f);
     cabinet->addImpulseResponse("a", 48000.0f, stored);
-    cabinet->setMaxBlockSize(64);
     cabinet->setSampleRate(48000.0f);
     EXPECT_EQ(*stored, a);
-
-    auto plain = makeCabinet({}, a);
-    plain->setSampleRate(48000.0f);
-    EXPECT_EQ(responseOf(*plain), a);
-}
-
-TEST(WaveConvolverTest, AResponseAtAnotherRateIsResampled) {
-    const Samples a = lowPass(301, 5000.0, 48000.0);
-    auto cabinet = makeCabinet({}, a);
-    cabinet->setSampleRate(44100.0f);
-    const Samples& response = responseOf(*cabinet);
-    EXPECT_EQ(response.size(), 277u); // 301 · 44100 / 48000 = 276.6
-    EXPECT_EQ(response, resampleResponse(a, 48000.0, 44100.0));
-    EXPECT_NEAR(gainAt(response, 1000.0, 44100.0), gainAt(a, 1000.0, 48000.0), 1e-3);
+    EXPECT_EQ(responseOf(*makeCabinet({}, a)), a) << "unconditioned at the running rate";
 }
 
 TEST(WaveConvolverTest, ResponsesAreConditionedBeforeTheHandOver) {
@@ -183,51 +111,28 @@ TEST(WaveConvolverTest, ResponsesAreConditionedBeforeTheHandOver) {
         {"Scale is true only for \"true\"", {{"Scale", "True"}}, {1, 3}, {1, 3}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.label);
-        auto cabinet = makeCabinet(c.properties, c.response);
-        cabinet->setSampleRate(48000.0f);
-        EXPECT_EQ(responseOf(*cabinet), c.expected);
+        EXPECT_EQ(responseOf(*makeCabinet(c.properties, c.response)), c.expected) << c.label;
     }
-}
-
-TEST(WaveConvolverTest, ScaleMakesTheStageBlockDc) {
-    Samples a = reference::noise(8192, 2);
-    for (float& tap : a) {
-        tap += 0.3f;
-    }
-    const auto dcGain = [](const Samples& h) { return std::accumulate(h.begin(), h.end(), 0.0); };
-    auto cabinet = makeCabinet({{"Scale", "true"}}, a);
-    cabinet->setSampleRate(48000.0f);
-    // What is left is the round-off of a mean taken in single precision.
-    const double before = dcGain(a);
-    EXPECT_LT(std::fabs(dcGain(responseOf(*cabinet))), 1e-5 * before);
-    const Samples output = runBlocks(*cabinet, Samples(8192 + 640, 1.0f), 64);
-    EXPECT_LT(peak(output, 8192, output.size()), 1e-5 * before);
 }
 
 TEST(WaveConvolverTest, OnlyANewRateReloadsAndForgetsPastInput) {
-    const Samples a = reference::noise(700, 3);
-    const Samples first = reference::noise(640, 4);
-    const Samples next = reference::noise(640, 5);
+    const Samples a = noise(700, 3);
+    const Samples first = noise(640, 4);
+    const Samples next = noise(640, 5);
     auto steady = makeCabinet({}, a);
     auto touched = makeCabinet({}, a);
-    auto fresh = makeCabinet({}, a);
-    for (auto* cabinet : {steady.get(), touched.get(), fresh.get()}) {
-        cabinet->setSampleRate(48000.0f);
-    }
-    runBlocks(*steady, first, 64);
-    runBlocks(*touched, first, 64);
+    EXPECT_TRUE(reference::matches(run(*steady, first, {64}), first, a));
+    run(*touched, first, {64});
     touched->setSampleRate(48000.0f);
-    EXPECT_EQ(runBlocks(*touched, next, 64), runBlocks(*steady, next, 64));
+    EXPECT_EQ(run(*touched, next, {64}), run(*steady, next, {64}));
 
     touched->setSampleRate(44100.0f);
     touched->setSampleRate(48000.0f);
-    EXPECT_EQ(runBlocks(*touched, next, 64), runBlocks(*fresh, next, 64));
+    EXPECT_EQ(run(*touched, next, {64}), run(*makeCabinet({}, a), next, {64}));
 }
 
 TEST(WaveConvolverTest, SelectedPicksAResponseByRoundedIndex) {
-    auto cabinet = makeCabinet({}, {0.5f, 0.25f}, {0.75f});
-    cabinet->setSampleRate(44100.0f);
+    auto cabinet = makeCabinet({}, {0.5f, 0.25f}, {0.75f}, 44100.0f);
     cabinet->propertyChanged("Selected", 0.5f);
     EXPECT_EQ(cabinet->getSelected(), 1);
     EXPECT_EQ(responseOf(*cabinet), Samples{0.75f});
@@ -235,12 +140,8 @@ TEST(WaveConvolverTest, SelectedPicksAResponseByRoundedIndex) {
     EXPECT_EQ(responseOf(*cabinet).size(), 2u); // "a" resampled to 44.1 kHz
     cabinet->propertyChanged("Unknown", 1.0f);
     EXPECT_EQ(cabinet->getSelected(), 0);
-}
-
-TEST(WaveConvolverTest, ASelectionEqualToTheCountIsASubscriptFailure) {
-    auto cabinet = makeCabinet({}, {0.5f});
-    cabinet->setSampleRate(48000.0f);
-    EXPECT_THROW(cabinet->propertyChanged("Selected", 2.0f), std::out_of_range);
+    EXPECT_THROW(cabinet->propertyChanged("Selected", 2.0f), std::out_of_range)
+        << "a selection equal to the count is a subscript failure";
 }
 
 TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
@@ -249,8 +150,6 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
         return [properties] { WaveConvolver().init("cab", properties, noContext); };
     };
     auto cabinet = makeCabinet({}, {0.5f});
-    cabinet->setSampleRate(48000.0f);
-    auto silent = makeCabinet({}, Samples(100, 0.0f));
     const Case cases[] = {
         {"no ImpulseResponses", initWith({{"Location", "Memory"}, {"MaxIRSize", "8"}}),
          typeid(NodaraException),
@@ -265,7 +164,7 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
          typeid(NodaraException), "MaxIRSize is not defined. Convolver name=cab"},
         {"selection above the count", [&] { cabinet->propertyChanged("Selected", 3.0f); },
          typeid(NodaraException), "WaveConvolver: Invalid selection: 3 max selection value 2"},
-        {"silent response", [&] { silent->setSampleRate(48000.0f); },
+        {"silent response", [] { makeCabinet({}, Samples(100, 0.0f)); },
          typeid(InvalidArgumentException), "Convolver: Invalid impulse response. IR is empty."},
         {"two-argument init", [] { WaveConvolver().init("cab", noContext); },
          typeid(OperationNotSupportedException),
@@ -285,65 +184,24 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
     }
 }
 
-TEST(WaveConvolverTest, DllLocationReadsAnEmbeddedWav) {
-    const Samples a = reference::noise(300, 6);
+// A document names an embedded response or a file; one at another rate is resampled.
+TEST(WaveConvolverTest, DocumentsNameEmbeddedAndFileResponses) {
+    const Samples a = noise(300, 6), h = noise(813, 7);
     static const std::string bytes = wavbytes::floatWav(a, 44100);
     EmbeddedResources::add("cabinet-ir", "IR", bytes.data(), bytes.size());
-    auto cabinet = std::make_unique<WaveConvolver>();
-    cabinet->init("cab",
-                  {{"Location", "Dll"},
-                   {"DllResourceType", "IR"},
-                   {"ImpulseResponses", "cabinet-ir"},
-                   {"MaxIRSize", "1024"}},
-                  noContext);
-    cabinet->setMaxBlockSize(64);
-    cabinet->setSampleRate(44100.0f);
-    EXPECT_EQ(responseOf(*cabinet), a);
-    cabinet->setSampleRate(48000.0f);
-    EXPECT_EQ(responseOf(*cabinet).size(), 327u); // 300 · 48000 / 44100 = 326.5
-}
-
-TEST(WaveConvolverTest, FileLocationRunsInADriverLikeDirectConvolution) {
-    const Samples h = reference::noise(813, 7);
     const auto path = std::filesystem::temp_directory_path() / "cabinet-driver-ir.wav";
     std::ofstream(path, std::ios::binary) << wavbytes::floatWav(h, 48000);
-    std::istringstream document(R"(<?xml version="1.0" encoding="UTF-8"?>
-<System>
-  <Graphs>
-    <Graph Name="Cabinet" Type="DSP">
-      <Element Type="WaveConvolver" Name="Speaker">
-        <Properties Location="File" ImpulseResponses=")" +
-                                path.string() + R"(" MaxIRSize="8192"/>
-        <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs>
-      </Element>
-      <Inputs><Input Graph="System" Node="0"/></Inputs>
-      <Output><Node Name="out" Element="Speaker" Port="out"/></Output>
-      <NumberOfInputs>1</NumberOfInputs>
-    </Graph>
-  </Graphs>
-  <Outputs><Output Graph="Cabinet" Node="out"/></Outputs>
-</System>)");
-    auto driver = std::make_shared<Driver>();
-    driver->init(document);
-    driver->setSampleRate(48000.0f);
-    driver->setMaxBlockSize(256);
+    const auto cabinet = [](const std::string& properties, float rate) -> Samples {
+        const auto element = nodara::testing::element("WaveConvolver", "S",
+                                                      properties + " MaxIRSize=\"8192\"", "Graph");
+        auto driver = driverFor(oneGraphSystem(element, "S"), 64, rate);
+        auto* made = driver->getGraph("G")->getContext()->getElement("S");
+        return responseOf(dynamic_cast<WaveConvolver&>(*made));
+    };
+    const std::string embedded =
+        "Location=\"Dll\" DllResourceType=\"IR\" ImpulseResponses=\"cabinet-ir\"";
+    EXPECT_EQ(cabinet(embedded, 44100.0f), a);
+    EXPECT_EQ(cabinet(embedded, 48000.0f), resampleResponse(a, 44100.0, 48000.0));
+    EXPECT_EQ(cabinet("Location=\"File\" ImpulseResponses=\"" + path.string() + "\"", 48000.0f), h);
     std::filesystem::remove(path);
-
-    const Samples x = reference::noise(3000, 8);
-    Samples y;
-    for (size_t at = 0, block = 256; at < x.size(); at += block, block = block == 256 ? 37 : 256) {
-        const size_t n = std::min(block, x.size() - at);
-        driver->process({const_cast<float*>(x.data() + at)}, static_cast<int32>(n));
-        const scalar* out = (*driver->getOutputs())[0];
-        y.insert(y.end(), out, out + n);
-    }
-    EXPECT_LT(reference::maxError(y, reference::convolve(x, h)), reference::tolerance(h));
-}
-
-TEST(WaveConvolverTest, FactoryMakesBothConvolvers) {
-    DSPElementFactory factory;
-    std::unique_ptr<Filter> convolver(factory.create("Convolver"));
-    std::unique_ptr<Filter> cabinet(factory.create("WaveConvolver"));
-    EXPECT_NE(dynamic_cast<Convolver*>(convolver.get()), nullptr);
-    EXPECT_NE(dynamic_cast<WaveConvolver*>(cabinet.get()), nullptr);
 }

@@ -37,7 +37,7 @@ TEST(IirDesign, HalfBandButterworthOfOrderTwoIsTheClassicSection) {
     EXPECT_NEAR(a[1], (2.0 - std::sqrt(2.0)) / (2.0 + std::sqrt(2.0)), 1e-7);
 }
 
-TEST(IirDesign, LowPassesOfEveryFamilyAndOrderHaveUnityGainAtDc) {
+TEST(IirDesign, LowAndHighPassesOfEveryFamilyAndOrderPassAndStopTheBandEnds) {
     for (const Options family : families) {
         for (int32 order = 1; order <= 10; ++order) {
             for (const double fc : {0.02, 0.1, 0.3}) {
@@ -46,6 +46,10 @@ TEST(IirDesign, LowPassesOfEveryFamilyAndOrderHaveUnityGainAtDc) {
                 const Recurrence recurrence = recurrenceOf(context);
                 EXPECT_NEAR(magnitude(recurrence, 0.0), 1.0, 1e-9);
                 EXPECT_NEAR(magnitude(recurrence, 0.5), 0.0, 1e-9);
+                // Many zeros at DC near a low corner hold only roughly in direct form.
+                const auto high = recurrenceOf(requestFor(family, order, Options::HighPass, fc, 0.0, -1.0));
+                EXPECT_NEAR(magnitude(high, 0.5), 1.0, 1e-9);
+                EXPECT_NEAR(magnitude(high, 0.0), 0.0, fc < 0.1 ? 0.1 : 1e-7);
                 if (order <= 3) {
                     // The float hand-over: Σb / (1 + Σa) is the DC gain, within rounding.
                     design(context);
@@ -106,18 +110,6 @@ TEST(IirDesign, ChebyshevPassBandRipplesByTheRequestedDecibels) {
             // the reverse.
             EXPECT_NEAR(20.0 * std::log10(magnitude(recurrence, fc)),
                         order % 2 == 1 ? ripple : 0.0, 1e-9);
-        }
-    }
-}
-
-TEST(IirDesign, HighPassesAreUnityAtNyquistAndZeroAtDc) {
-    for (const Options family : families) {
-        for (const int32 order : {1, 2, 3, 5, 10}) {
-            SCOPED_TRACE(::testing::Message() << int(family) << " order " << order);
-            const auto recurrence =
-                recurrenceOf(requestFor(family, order, Options::HighPass, 0.1, 0.0, -1.0));
-            EXPECT_NEAR(magnitude(recurrence, 0.5), 1.0, 1e-9);
-            EXPECT_NEAR(magnitude(recurrence, 0.0), 0.0, 1e-7);
         }
     }
 }

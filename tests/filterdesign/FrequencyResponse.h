@@ -1,33 +1,13 @@
 #pragma once
 
 #include "filterdesign/Design.h"
+#include "support/Signals.h"
 
-#include <complex>
-#include <numbers>
 #include <vector>
 
 namespace nodara::filterdesign::testing {
 
-/// H(e^(j2πf)) of y[n] = Σ b[i]·x[n−i] − Σ a[i]·y[n−1−i], evaluated directly from the
-/// coefficients, independent of the design's own polynomials.
-template <class Value>
-std::complex<double> response(const std::vector<Value>& a, const std::vector<Value>& b,
-                              double f) {
-    const std::complex<double> zInverse = std::polar(1.0, -2.0 * std::numbers::pi * f);
-    std::complex<double> top = 0.0;
-    std::complex<double> power = 1.0;
-    for (const Value coefficient : b) {
-        top += double(coefficient) * power;
-        power *= zInverse;
-    }
-    std::complex<double> bottom = 1.0;
-    power = zInverse;
-    for (const Value coefficient : a) {
-        bottom += double(coefficient) * power;
-        power *= zInverse;
-    }
-    return top / bottom;
-}
+using nodara::testing::response;
 
 /// A context asking for `band` instead of the constructor's low-pass, not yet designed.
 inline IirDesignContext requestFor(Options family, int32 order, Options band, double fc1,

@@ -5,22 +5,18 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iomanip>
-#include <iterator>
 #include "support/Tool.h"
 
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
+using nodara::testing::bytesOf;
 using torvane::generators::readFloat32File;
 using torvane::generators::TableGrid;
 
@@ -28,12 +24,18 @@ std::filesystem::path dataDirectory() {
     return std::filesystem::path(nodara::testing::sourceDirectory()) / "amp" / "data";
 }
 
-const std::map<std::string, TableGrid>& tableGrids() {
-    static const std::map<std::string, TableGrid> grids = {
-        {"V1", {-8.0, 8.0, 0.01}},          {"V2.lowCPU", {-8.0, 100.0, 0.02}},
-        {"V2.full", {-8.0, 80.0, 0.02}},    {"V3.lowCPU", {-40.0, 100.0, 0.01}},
-        {"V3.full", {-40.0, 100.0, 0.01}},  {"grid.V2V3", {18.0, 30.0, 0.02}},
-        {"grid.VolumeControl", {0.0, 20.0, 0.02}},
+/// A table's grid and, counted independently, its number of entries.
+struct Layout {
+    TableGrid grid;
+    std::size_t entries;
+};
+
+const std::map<std::string, Layout>& tableGrids() {
+    static const std::map<std::string, Layout> grids = {
+        {"V1", {{-8.0, 8.0, 0.01}, 1601}},         {"V2.lowCPU", {{-8.0, 100.0, 0.02}, 5401}},
+        {"V2.full", {{-8.0, 80.0, 0.02}, 4401}},   {"V3.lowCPU", {{-40.0, 100.0, 0.01}, 14001}},
+        {"V3.full", {{-40.0, 100.0, 0.01}, 14001}}, {"grid.V2V3", {{18.0, 30.0, 0.02}, 601}},
+        {"grid.VolumeControl", {{0.0, 20.0, 0.02}, 1001}},
     };
     return grids;
 }
@@ -55,7 +57,8 @@ const Table& table(const std::string& name) {
     static std::map<std::string, Table> cache;
     auto found = cache.find(name);
     if (found == cache.end()) {
-        const Table loaded{tableGrids().at(name), readFloat32File(dataDirectory() / (name + ".f32"))};
+        const Table loaded{tableGrids().at(name).grid,
+                           readFloat32File(dataDirectory() / (name + ".f32"))};
         found = cache.emplace(name, loaded).first;
     }
     return found->second;
@@ -105,15 +108,14 @@ void expectSmooth(const std::vector<double>& y, double roundingSteps, const std:
 const char* const stageCurves[] = {"V1", "V2.lowCPU", "V2.full", "V3.lowCPU", "V3.full"};
 
 TEST(TubeTables, EachTableHasOneValuePerInputStep) {
-    const std::map<std::string, std::size_t> counts = {
-        {"V1", 1601},       {"V2.lowCPU", 5401}, {"V2.full", 4401},
-        {"V3.lowCPU", 14001}, {"V3.full", 14001}, {"grid.V2V3", 601},
-        {"grid.VolumeControl", 1001},
-    };
-    for (const auto& [name, count] : counts)
-        EXPECT_EQ(table(name).values.size(), count) << name;
+    for (const auto& [name, layout] : tableGrids()) {
+        EXPECT_EQ(table(name).values.size(), layout.entries) << name;
+        EXPECT_EQ(layout.grid.count(), layout.entries) << name;
+    }
 }
 
+// The full-quality variants equal the low-CPU ones until the grid conducts (checked below), so
+// only their points beyond it are listed.
 TEST(TubeTables, StageCurvesMeetEveryReferencePointWithinTwoPercent) {
     expectWithin(0.02, {
         {"V1", -8, 260.0},         {"V1", -2, 255.121},        {"V1", -1, 228.575},
@@ -122,15 +124,11 @@ TEST(TubeTables, StageCurvesMeetEveryReferencePointWithinTwoPercent) {
         {"V2.lowCPU", -8, 260.0},  {"V2.lowCPU", -2, 233.787}, {"V2.lowCPU", -1, 207.100},
         {"V2.lowCPU", 0, 176.687}, {"V2.lowCPU", 1, 144.203},  {"V2.lowCPU", 2, 115.295},
         {"V2.lowCPU", 5, 93.857},  {"V2.lowCPU", 100, 96.26},
-        {"V2.full", -8, 260.0},    {"V2.full", -2, 233.787},   {"V2.full", -1, 207.100},
-        {"V2.full", 0, 176.687},   {"V2.full", 1, 144.203},    {"V2.full", 2, 114.701},
-        {"V2.full", 5, 94.891},    {"V2.full", 80, 137.53},
+        {"V2.full", 2, 114.701},   {"V2.full", 5, 94.891},     {"V2.full", 80, 137.53},
         {"V3.lowCPU", -40, 599.08}, {"V3.lowCPU", -2, 374.650}, {"V3.lowCPU", -1, 350.740},
         {"V3.lowCPU", 0, 325.515}, {"V3.lowCPU", 1, 299.161},  {"V3.lowCPU", 2, 271.957},
         {"V3.lowCPU", 5, 189.791}, {"V3.lowCPU", 30, 47.169},  {"V3.lowCPU", 100, 42.82},
-        {"V3.full", -40, 599.08},  {"V3.full", -2, 374.650},   {"V3.full", -1, 350.740},
-        {"V3.full", 0, 325.515},   {"V3.full", 1, 299.161},    {"V3.full", 2, 271.957},
-        {"V3.full", 5, 189.791},   {"V3.full", 30, 34.947},    {"V3.full", 100, -30.29},
+        {"V3.full", 30, 34.947},   {"V3.full", 100, -30.29},
     });
 }
 
@@ -197,14 +195,10 @@ TEST(TubeTables, FullCurvesFoldBackUnderGridCurrent) {
     EXPECT_LT(secondFull.grid.vinAt(lowestAt), 5.0);
     for (std::size_t i = lowestAt; i + 1 < secondFull.values.size(); ++i)
         ASSERT_GT(secondFull.values[i + 1], secondFull.values[i]) << "V2.full entry " << i + 1;
-    EXPECT_NEAR(table("V2.lowCPU").at(80), 95.0, 0.02 * 95.0);
 
     const std::vector<float>& outputFull = table("V3.full").values;
     for (std::size_t i = 0; i + 1 < outputFull.size(); ++i)
         ASSERT_LT(outputFull[i + 1], outputFull[i]) << "V3.full entry " << i + 1;
-    EXPECT_GT(table("V3.full").at(30), 0.0);
-    EXPECT_LT(table("V3.full").at(100), 0.0);
-    EXPECT_GT(table("V3.lowCPU").lowest(), 40.0);
 }
 
 TEST(TubeTables, VariantsAreIdenticalUntilTheGridConducts) {
@@ -242,25 +236,12 @@ TEST(TubeTables, GridConductancesAreSmoothOnceConducting) {
 }
 
 TEST(TubeTables, GeneratorReproducesTheCommittedFilesByteForByte) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tubetables-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    const std::filesystem::path output = pattern;
-    const std::filesystem::path generator =
-        std::filesystem::path(nodara::testing::buildDirectory()) / "generators" / "tubetables";
-    std::ostringstream command;
-    command << std::quoted(generator.string()) << ' ' << std::quoted(output.string())
-            << " > /dev/null";
-    ASSERT_EQ(std::system(command.str().c_str()), 0) << command.str();
-
-    const auto bytesOf = [](const std::filesystem::path& path) {
-        std::ifstream file(path, std::ios::binary);
-        return std::vector<char>(std::istreambuf_iterator<char>(file), {});
-    };
-    for (const auto& [name, grid] : tableGrids()) {
+    const auto folder = nodara::testing::generated("tubetables");
+    ASSERT_FALSE(folder.empty());
+    for (const auto& [name, layout] : tableGrids()) {
         const std::string file = name + ".f32";
-        EXPECT_EQ(bytesOf(output / file), bytesOf(dataDirectory() / file)) << file;
+        EXPECT_TRUE(bytesOf(folder / file) == bytesOf(dataDirectory() / file)) << file;
     }
-    std::filesystem::remove_all(output);
 }
 
 } // namespace

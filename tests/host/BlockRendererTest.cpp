@@ -55,37 +55,31 @@ RenderSetup setupFor(int channels, int blockFrames) {
     return setup;
 }
 
-TEST(BlockRenderer, MonoIsAnnouncedAsMonoAndFeedsBothInputsFromOneBuffer) {
-    CallLog log;
-    auto setup = setupFor(1, 64);
-    setup.pluginRate = 96000.0;
-    setup.changes = {ParameterChange{0, 0.5f, std::nullopt}};
-    const Channels input = ramps(1, 100);
-    const Channels output = render(input, setup);
-    ASSERT_EQ(output.size(), 1u);
-    ASSERT_EQ(output[0].size(), 100u);
-    for (size_t i = 0; i < 100; ++i) {
-        ASSERT_EQ(output[0][i], input[0][i] * 0.5f) << i;
+// Mono is announced as mono and feeds both inputs from one buffer; stereo keeps the channels
+// apart. The effect hears its own rate, not the audio's.
+TEST(BlockRenderer, AnnouncesTheLayoutAndFeedsTheChannels) {
+    const std::tuple<int, std::string, std::vector<std::string>> cases[] = {
+        {1, "arrangement 0/1 0/1", {"process 64 shared", "process 36 shared"}},
+        {2, "arrangement 1/2 1/2", {"process 64", "process 36"}},
+    };
+    for (const auto& [channels, arrangement, processes] : cases) {
+        CallLog log;
+        auto setup = setupFor(channels, 64);
+        setup.pluginRate = 96000.0;
+        setup.changes = {ParameterChange{0, 0.5f, std::nullopt}};
+        const Channels input = ramps(channels, 100);
+        const Channels output = render(input, setup);
+        ASSERT_EQ(output.size(), input.size());
+        for (size_t c = 0; c < input.size(); ++c) {
+            for (size_t i = 0; i < 100; ++i) {
+                ASSERT_EQ(output[c][i], input[c][i] * 0.5f) << c << " " << i;
+            }
+        }
+        EXPECT_EQ(log.linesStartingWith("arrangement"), std::vector<std::string>{arrangement});
+        EXPECT_EQ(log.linesStartingWith("process"), processes);
+        EXPECT_EQ(log.linesStartingWith("host"),
+                  std::vector<std::string>{"host 96000 64 4 Quillon Audio"});
     }
-    EXPECT_EQ(log.linesStartingWith("arrangement"),
-              std::vector<std::string>{"arrangement 0/1 0/1"});
-    EXPECT_EQ(log.linesStartingWith("process"),
-              (std::vector<std::string>{"process 64 shared", "process 36 shared"}))
-        << "never more than the announced block, the last one shorter";
-    EXPECT_EQ(log.linesStartingWith("host"),
-              std::vector<std::string>{"host 96000 64 4 Quillon Audio"})
-        << "the effect's rate, not the audio's";
-}
-
-TEST(BlockRenderer, StereoKeepsTheChannelsApart) {
-    CallLog log;
-    const Channels input = ramps(2, 50);
-    const Channels output = render(input, setupFor(2, 50));
-    ASSERT_EQ(output.size(), 2u);
-    EXPECT_EQ(output, input) << "Level defaults to 1";
-    EXPECT_EQ(log.linesStartingWith("arrangement"),
-              std::vector<std::string>{"arrangement 1/2 1/2"});
-    EXPECT_EQ(log.linesStartingWith("process"), std::vector<std::string>{"process 50"});
 }
 
 TEST(BlockRenderer, TimedChangesComeBeforeTheFirstBlockStartingAtOrAfterTheirTime) {

@@ -13,27 +13,20 @@ std::unique_ptr<torvane::TorvaneVST2Effect> newEffect() {
         static_cast<torvane::TorvaneVST2Effect*>(torvane::createEffectInstance(versionHost)));
 }
 
-TEST(Effect, BlocksWhileSuspendedThrowTheDriversMessage) {
-    auto effect = newEffect();
-    effect->setSampleRate(48000.0f);
-    effect->setBlockSize(32);
-    effect->suspend();
-    std::vector<float> in(32), left(32), right(32);
-    float* inputs[] = {in.data(), in.data()};
-    float* outputs[] = {left.data(), right.data()};
-    EXPECT_EQ(messageOf([&] { effect->processReplacing(inputs, outputs, 32); }),
-              "Driver: Cannot process. Driver is in the suspend state.");
-    effect->resume();
-    EXPECT_NO_THROW(effect->processReplacing(inputs, outputs, 32));
-}
-
-TEST(Effect, ABlockBeforeTheBlockSizeThrows) {
+TEST(Effect, BlocksBeforeTheBlockSizeOrWhileSuspendedThrowTheDriversMessage) {
     auto effect = newEffect();
     std::vector<float> in(32), left(32), right(32);
     float* inputs[] = {in.data(), in.data()};
     float* outputs[] = {left.data(), right.data()};
     EXPECT_EQ(messageOf([&] { effect->processReplacing(inputs, outputs, 32); }),
               "Driver: Cannot process. maxBlockSize is not set.");
+    effect->setSampleRate(48000.0f);
+    effect->setBlockSize(32);
+    effect->suspend();
+    EXPECT_EQ(messageOf([&] { effect->processReplacing(inputs, outputs, 32); }),
+              "Driver: Cannot process. Driver is in the suspend state.");
+    effect->resume();
+    EXPECT_NO_THROW(effect->processReplacing(inputs, outputs, 32));
 }
 
 TEST(Effect, StartUpFaultsLeaveWithTheParsersMessage) {

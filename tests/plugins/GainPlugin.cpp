@@ -9,12 +9,10 @@
 
 #include "plugin/Vst2Abi.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <stdexcept>
-#include <algorithm>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -69,6 +67,11 @@ void logHostAnswers(GainEffect& gain) {
         " " + vendor);
 }
 
+vst2::VstIntPtr copy(void* ptr, const char* text) {
+    std::strcpy(static_cast<char*>(ptr), text);
+    return 1;
+}
+
 std::string arrangement(const vst2::VstSpeakerArrangement* layout) {
     return layout == nullptr
                ? "none"
@@ -110,14 +113,11 @@ vst2::VstIntPtr dispatcher(vst2::AEffect* effect, vst2::VstInt32 opcode, vst2::V
         }
         return 0;
     case vst2::effGetEffectName:
-        std::strcpy(static_cast<char*>(ptr), "Test gain");
-        return 1;
+        return copy(ptr, "Test gain");
     case vst2::effGetVendorString:
-        std::strcpy(static_cast<char*>(ptr), "Quillon Audio tests");
-        return 1;
+        return copy(ptr, "Quillon Audio tests");
     case vst2::effGetProductString:
-        std::strcpy(static_cast<char*>(ptr), "Gain");
-        return 1;
+        return copy(ptr, "Gain");
     case vst2::effGetVendorVersion:
         return 7;
     default:

@@ -96,12 +96,5 @@ TEST(DSPGraph, BlocksUpToTheMaximumPass) {
               "maxBlockSize is less than input size. DSPGraph name: G maxBlockSize: 16 input size:17");
 }
 
-TEST(DSPGraph, WiresFromMissingGraphInputsAreRefused) {
-    const std::string reader = "<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs>"
-                               "<Input Port=\"in\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>";
-    EXPECT_EQ(initError(oneGraphSystem(reader, "A")),
-              "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s).");
-}
-
 } // namespace
 } // namespace nodara::testing

@@ -6,23 +6,32 @@
 namespace nodara::testing {
 namespace {
 
-std::string recorderGraph(const std::string& name, const std::string& source,
-                          const std::string& attributes = "") {
+/// Graph `name` whose one element R reads node "out" of graph `source`, or system input 0,
+/// and is the graph's output "out".
+std::string graphOf(const std::string& name, const std::string& source,
+                    const std::string& attributes = "", const std::string& type = "Recorder",
+                    const std::string& properties = "") {
     const std::string input = source == "System" ? "<Input Graph=\"System\" Node=\"0\"/>"
                                                  : "<Input Graph=\"" + source + "\" Node=\"out\"/>";
     return "<Graph Name=\"" + name + "\" Type=\"DSP\" " + attributes + ">" +
-           element("Recorder", "R", "", "Graph") + "<Inputs>" + input + "</Inputs>" +
+           element(type, "R", properties, "Graph") + "<Inputs>" + input + "</Inputs>" +
            "<Output><Node Name=\"out\" Element=\"R\" Index=\"0\"/></Output>"
            "<NumberOfInputs>1</NumberOfInputs></Graph>";
 }
 
+std::string systemOf(const std::string& graphs, const std::string& output,
+                     const std::string& rest = "") {
+    return "<System><Graphs>" + graphs + "</Graphs><Outputs><Output Graph=\"" + output +
+           "\" Node=\"out\"/></Outputs>" + rest + "</System>";
+}
+
 /// Up (x2) feeds Down (x0.5) which is the system output; a control switches both graphs.
 std::string rateChain(const std::string& controlTargets) {
-    return "<System><Graphs>" + recorderGraph("Up", "System", "Multiplier=\"2.0\"") +
-           recorderGraph("Down", "Up", "Multiplier=\"0.5\"") +
-           "</Graphs><Outputs><Output Graph=\"Down\" Node=\"out\"/></Outputs><Controls>"
-           "<Control Name=\"Switch\" DisplayName=\"Switch\" Value=\"0\"><Properties>" +
-           controlTargets + "</Properties></Control></Controls></System>";
+    return systemOf(graphOf("Up", "System", "Multiplier=\"2.0\"") +
+                        graphOf("Down", "Up", "Multiplier=\"0.5\""),
+                    "Down",
+                    "<Controls><Control Name=\"Switch\" DisplayName=\"Switch\" Value=\"0\">"
+                    "<Properties>" + controlTargets + "</Properties></Control></Controls>");
 }
 
 struct RecordedSystem {
@@ -53,12 +62,9 @@ TEST(Driver, GraphsRunAtTheRateOfTheirMultipliers) {
 }
 
 TEST(Driver, BlockSizesRoundToTheNearestFrame) {
-    const std::string document = "<System><Graphs>" +
-                                 recorderGraph("Half", "System", "Multiplier=\"0.5\"") +
-                                 recorderGraph("Back", "Half", "Multiplier=\"2.0\"") +
-                                 "</Graphs><Outputs><Output Graph=\"Back\" Node=\"out\"/></Outputs>"
-                                 "</System>";
-    auto system = recordedSystem(document);
+    auto system = recordedSystem(systemOf(graphOf("Half", "System", "Multiplier=\"0.5\"") +
+                                              graphOf("Back", "Half", "Multiplier=\"2.0\""),
+                                          "Back"));
     EXPECT_EQ(system.driver->blockSizeFor(1, 63), 32) << "floor(31.5 + 0.5)";
     std::vector<scalar> input = testSignal(63);
     system.driver->process({input.data()}, 63);
@@ -143,11 +149,9 @@ TEST(Driver, TwoWiresFromOneSourceGraphAreOneDependency) {
 }
 
 TEST(Driver, ControlValuesApplyAtTheHeadOfTheNextBlock) {
-    const std::string controls =
-        "<Controls><Control Name=\"Level\" DisplayName=\"Level\" Value=\"1\"><Properties>"
-        "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/></Properties></Control></Controls>";
     auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain=\"5\"", "Graph"), "A", "",
-                                           controls), 4);
+                                           controlOf("1", target("Gain", "A"))),
+                            4);
     EXPECT_EQ(runBlocks(*driver, {{1.0f, 1.0f}}, 2)[0], (std::vector<scalar>{1.0f, 1.0f}))
         << "the control's initial value replaces the document's";
     (*driver->getControls())[0]->setValue(0.25f);
@@ -155,59 +159,29 @@ TEST(Driver, ControlValuesApplyAtTheHeadOfTheNextBlock) {
               (std::vector<scalar>{0.25f, 0.25f, 0.25f, 0.25f}));
 }
 
+// A chain of graphs, and one that changes the rate up and down around a curve.
 TEST(Driver, OutputDoesNotDependOnTheBlockSize) {
-    const std::string document = R"(<System><Graphs>
-      <Graph Name="Pre" Type="DSP">
-        <Element Type="Gain" Name="A"><Properties Gain="0.5"/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="System" Node="0"/></Inputs>
-        <Output><Node Name="out" Element="A" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph>
-      <Graph Name="Post" Type="DSP">
-        <Element Type="LookupTableFilter" Name="T">
-          <Properties VinMin="-1" VinMax="1" DeltaV="0.5" Vout="-1|-0.9|0|0.9|1"/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="Pre" Node="out"/></Inputs>
-        <Output><Node Name="out" Element="T" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph></Graphs><Outputs><Output Graph="Post" Node="out"/></Outputs></System>)";
-    const auto input = testSignal(300);
-    auto reference = driverFor(document, 300);
-    const auto expected = runBlocks(*reference, {input}, 300)[0];
-    for (size_t block : {1u, 7u, 64u, 256u}) {
-        auto driver = driverFor(document, static_cast<int32>(block));
-        EXPECT_EQ(runBlocks(*driver, {input}, block)[0], expected) << "block " << block;
-    }
-}
-
-TEST(Driver, OversampledOutputDoesNotDependOnTheBlockSize) {
-    const std::string document = R"(<System><Graphs>
-      <Graph Name="Up" Type="DSP" Multiplier="4.0">
-        <Element Type="IirInterpolator" Name="I"><Properties CornerFrequency="15000" Factor="4"
-          Order="2" Cascade="4" Type="Butterworth"/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="System" Node="0"/></Inputs>
-        <Output><Node Name="out" Element="I" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph>
-      <Graph Name="Shape" Type="DSP">
-        <Element Type="LookupTableFilter" Name="T">
-          <Properties VinMin="-1" VinMax="1" DeltaV="0.5" Vout="-1|-0.9|0|0.9|1"/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="Up" Node="out"/></Inputs>
-        <Output><Node Name="out" Element="T" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph>
-      <Graph Name="Down" Type="DSP" Multiplier="0.25">
-        <Element Type="IirDecimator" Name="D"><Properties CornerFrequency="20000" Factor="4"
-          Order="3" Cascade="2" Type="Bessel"/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="Shape" Node="out"/></Inputs>
-        <Output><Node Name="out" Element="D" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph></Graphs><Outputs><Output Graph="Down" Node="out"/></Outputs></System>)";
+    const std::string lookup = "VinMin=\"-1\" VinMax=\"1\" DeltaV=\"0.5\" Vout=\"-1|-0.9|0|0.9|1\"";
+    const std::string documents[] = {
+        systemOf(graphOf("Pre", "System", "", "Gain", "Gain=\"0.5\"") +
+                     graphOf("Post", "Pre", "", "LookupTableFilter", lookup),
+                 "Post"),
+        systemOf(graphOf("Up", "System", "Multiplier=\"4.0\"", "IirInterpolator",
+                         "CornerFrequency=\"15000\" Factor=\"4\" Order=\"2\" Cascade=\"4\" "
+                         "Type=\"Butterworth\"") +
+                     graphOf("Shape", "Up", "", "LookupTableFilter", lookup) +
+                     graphOf("Down", "Shape", "Multiplier=\"0.25\"", "IirDecimator",
+                             "CornerFrequency=\"20000\" Factor=\"4\" Order=\"3\" Cascade=\"2\" "
+                             "Type=\"Bessel\""),
+                 "Down"),
+    };
     const auto input = testSignal(600);
-    auto reference = driverFor(document, 600);
-    const auto expected = runBlocks(*reference, {input}, 600)[0];
-    for (size_t block : {1u, 7u, 64u, 256u}) {
-        auto driver = driverFor(document, static_cast<int32>(block));
-        EXPECT_EQ(runBlocks(*driver, {input}, block)[0], expected) << "block " << block;
+    for (const auto& document : documents) {
+        const auto expected = runBlocks(*driverFor(document, 600), {input}, 600)[0];
+        for (size_t block : {1u, 7u, 64u, 256u}) {
+            EXPECT_EQ(runBlocks(*driverFor(document, int32(block)), {input}, block)[0], expected)
+                << "block " << block;
+        }
     }
 }
 

@@ -4,29 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 namespace nodara::testing {
 namespace {
-
-/// Records what a filter hands over.
-class RecordingHandler : public PropertiesHandler {
-public:
-    void init(const Properties& properties) override { initialisedWith = properties.size(); }
-    void propertyChanged(const std::string& name, scalar value) override {
-        changedName = name;
-        changedValue = value;
-    }
-    void setSampleRate(scalar rate) override { sampleRate = rate; }
-    bool needsSampleUpdate() override { return false; }
-    void update(scalar, scalar) override {}
-
-    int initialisedWith = -1;
-    std::string changedName;
-    scalar changedValue = 0.0f;
-    scalar sampleRate = 0.0f;
-};
 
 std::unique_ptr<Gain> gainOf(scalar value, const std::string& name = "g") {
     auto gain = std::make_unique<Gain>();
@@ -42,29 +21,14 @@ TEST(FilterCore, BlockSizesOnlyGrow) {
     scalar* buffer = gain->getOutput(0);
     gain->setMaxBlockSize(4);
     EXPECT_EQ(gain->getOutput(0), buffer) << "a smaller size keeps the buffer";
-    gain->setMaxBlockSize(16);
-    EXPECT_EQ(gain->getOutputs()[0], gain->getOutput(0));
-    EXPECT_EQ(gain->getMaxBlockSize(), 16);
     EXPECT_EQ(messageOf([&] { gain->getOutput(1); }), "Gain: Invalid output index: 1");
 }
 
-TEST(FilterCore, GainScalesBlocksAndLeavesUnityAlone) {
+TEST(FilterCore, GainScalesBlocksInPlaceAndIterations) {
     auto gain = gainOf(0.5f);
     std::vector<scalar> block = {2.0f, -4.0f, 1.0f};
     gain->process(block.data(), block.data(), block.size());
-    EXPECT_EQ(block, (std::vector<scalar>{1.0f, -2.0f, 0.5f})) << "in place is allowed";
-
-    auto unity = gainOf(1.0f);
-    const scalar denormal = std::numeric_limits<scalar>::denorm_min();
-    std::vector<scalar> special = {std::numeric_limits<scalar>::quiet_NaN(), denormal};
-    std::vector<scalar> out(2);
-    unity->process(special.data(), out.data(), 2);
-    EXPECT_TRUE(std::isnan(out[0]));
-    EXPECT_EQ(out[1], denormal);
-}
-
-TEST(FilterCore, GainPropertiesAndIteration) {
-    auto gain = gainOf(2.0f);
+    EXPECT_EQ(block, (std::vector<scalar>{1.0f, -2.0f, 0.5f}));
     gain->propertyChanged("Gain", 3.0f);
     EXPECT_EQ(messageOf([&] { gain->propertyChanged("Level", 1.0f); }),
               "Gain: Invalid property name Level");
@@ -80,22 +44,6 @@ TEST(FilterCore, GainPropertiesAndIteration) {
                   missing.init("m", Properties{}, context);
               }),
               "Gain is not defined. Gain name=m");
-}
-
-TEST(FilterCore, HandlersReceiveChangesAndRates) {
-    auto gain = gainOf(1.0f);
-    auto handler = std::make_shared<RecordingHandler>();
-    gain->setPropertiesHandler(handler);
-    EXPECT_EQ(handler->initialisedWith, 1) << "filter properties go to the handler's init";
-    gain->setSampleRate(96000.0f);
-    EXPECT_FLOAT_EQ(handler->sampleRate, 96000.0f);
-
-    Gain bare;
-    auto context = std::make_shared<DSPContext>();
-    bare.init("bare", context);
-    auto second = std::make_shared<RecordingHandler>();
-    bare.setPropertiesHandler(second);
-    EXPECT_EQ(second->initialisedWith, -1) << "two-argument init leaves no properties";
 }
 
 TEST(FilterCore, FiltersWithoutHandlersRefuseScalarProperties) {
@@ -123,8 +71,6 @@ TEST(FilterCore, ContextsFindAndOwnTheirFilters) {
     auto duplicate = gainOf(1.0f, "a");
     EXPECT_EQ(messageOf([&] { context->addElement(duplicate.get()); }),
               "DSPContext: Duplicate element name: a");
-    context->setSampleRate(22050.0f);
-    EXPECT_FLOAT_EQ(context->getSampleRate(), 22050.0f);
 }
 
 } // namespace

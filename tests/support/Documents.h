@@ -101,4 +101,40 @@ inline std::string element(const std::string& type, const std::string& name,
     return text + "</Element>";
 }
 
+/// One control, "Level", starting at `value` and setting `targets`, made with target().
+inline std::string controlOf(const std::string& value, const std::string& targets) {
+    return "<Controls><Control Name=\"Level\" DisplayName=\"Level\" Value=\"" + value +
+           "\"><Properties>" + targets + "</Properties></Control></Controls>";
+}
+
+/// A control's target: property `name` of `element` in graph G, or of the graph itself.
+inline std::string target(const std::string& name, const std::string& element = "") {
+    return "<Property Name=\"" + name + "\" Graph=\"G\"" +
+           (element.empty() ? "" : " Element=\"" + element + "\"") + "/>";
+}
+
+/// Graph "Up" (×2, an interpolator) feeds graph "Down" (×0.5, a decimator), the system output;
+/// the control "Oversampling" sets both factors.
+inline std::string oversampledChain(const std::string& interpolatorType = "Butterworth") {
+    return R"(<System><Graphs>
+      <Graph Name="Up" Type="DSP" Multiplier="2.0">
+        <Element Type="IirInterpolator" Name="I"><Properties CornerFrequency="15000" Factor="2"
+          Order="2" Cascade="4" Type=")" + interpolatorType + R"("/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="System" Node="0"/></Inputs>
+        <Output><Node Name="out" Element="I" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph>
+      <Graph Name="Down" Type="DSP" Multiplier="0.5">
+        <Element Type="IirDecimator" Name="D"><Properties CornerFrequency="20000" Factor="2"
+          Order="2" Cascade="8" Type="Butterworth"/>
+          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+        <Inputs><Input Graph="Up" Node="out"/></Inputs>
+        <Output><Node Name="out" Element="D" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
+      </Graph></Graphs>
+      <Outputs><Output Graph="Down" Node="out"/></Outputs>
+      <Controls><Control Name="Oversampling" DisplayName="Oversampling" Value="2"><Properties>
+        <Property Name="Factor" Graph="Up" Element="I"/><Property Name="Factor" Graph="Down" Element="D"/>
+      </Properties></Control></Controls></System>)";
+}
+
 } // namespace nodara::testing

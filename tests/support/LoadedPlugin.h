@@ -51,11 +51,7 @@ public:
             throw std::runtime_error("the plug-in gave no effect");
         }
     }
-    ~Effect() {
-        if (effect != nullptr) {
-            call(vst2::effClose);
-        }
-    }
+    ~Effect() { call(vst2::effClose); }
     Effect(const Effect&) = delete;
     Effect& operator=(const Effect&) = delete;
 
@@ -80,11 +76,6 @@ public:
         float* inputs[] = {left, right};
         float* outputs[] = {outLeft, outRight};
         effect->processReplacing(effect, inputs, outputs, frames);
-    }
-    /// Closes the effect now; the record is gone afterwards.
-    void close() {
-        call(vst2::effClose);
-        effect = nullptr;
     }
 
     vst2::AEffect* effect;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -42,6 +43,20 @@ inline std::filesystem::path scratch() {
         return path;
     }();
     return folder;
+}
+
+inline std::vector<char> bytesOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// Runs the generator `name` into a scratch folder of its own; returns the folder, or an empty
+/// path when the generator fails.
+inline std::filesystem::path generated(const std::string& name) {
+    const auto folder = scratch() / name;
+    const std::string command = buildDirectory() + "/generators/" + name + " " + folder.string() +
+                                " >/dev/null";
+    return std::system(command.c_str()) == 0 ? folder : std::filesystem::path();
 }
 
 inline std::string readAll(const std::filesystem::path& path) {
@@ -82,6 +97,13 @@ inline void writeWav(const std::filesystem::path& path, const Audio& audio,
     SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
     sf_writef_float(file, audio.samples.data(), static_cast<sf_count_t>(audio.frames()));
     sf_close(file);
+}
+
+/// `audio` written to `name` in the scratch folder.
+inline std::filesystem::path written(const std::string& name, const Audio& audio) {
+    const auto path = scratch() / name;
+    writeWav(path, audio);
+    return path;
 }
 
 inline Audio readWav(const std::filesystem::path& path) {

@@ -25,6 +25,13 @@ Audio tone(int channels, size_t frames, int rate = 48000) {
     return audio;
 }
 
+/// `torvane run DOCUMENT --in IN --out OUT` with more arguments; OUT is in the scratch folder.
+ToolResult run(const std::string& document, const std::filesystem::path& in,
+               const std::string& out, const std::string& more = "") {
+    return torvane("run " + document + " --in " + in.string() + " --out " +
+                   (scratch() / out).string() + more);
+}
+
 // Two independent chains: system input c goes through graph c, gain c + 2.
 const std::string twinChains = R"(<System><Graphs>
   <Graph Name="L" Type="DSP"><Element Type="Gain" Name="g"><Properties Gain="2"/>
@@ -37,57 +44,56 @@ const std::string twinChains = R"(<System><Graphs>
     <Output><Node Name="out" Element="g" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs></Graph>
   </Graphs><Outputs><Output Graph="L" Node="out"/><Output Graph="R" Node="out"/></Outputs></System>)";
 
-TEST(Check, ExamplesAreAccepted) {
-    EXPECT_EQ(torvane("check " + example("gain-chain.xml")).out, "ok: 1 graphs, 1 outputs, 1 controls\n");
-    EXPECT_EQ(torvane("check " + example("two-graph-lookup.xml")).out,
-              "ok: 2 graphs, 1 outputs, 1 controls\n");
-    const auto result = torvane("check " + example("switch-by-control.xml"));
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.out, "ok: 1 graphs, 1 outputs, 1 controls\n");
+TEST(Check, ExamplesAndTheBuiltInDocumentAreAccepted) {
+    const std::pair<std::string, std::string> cases[] = {
+        {example("gain-chain.xml"), "ok: 1 graphs, 1 outputs, 1 controls\n"},
+        {example("switch-by-control.xml"), "ok: 1 graphs, 1 outputs, 1 controls\n"},
+        {example("two-graph-lookup.xml"), "ok: 2 graphs, 1 outputs, 1 controls\n"},
+        {"--builtin", "ok: 16 graphs, 2 outputs, 8 controls\n"},
+    };
+    for (const auto& [argument, out] : cases) {
+        const auto result = torvane("check " + argument);
+        EXPECT_EQ(result.exitCode, 0) << argument;
+        EXPECT_EQ(result.out, out);
+    }
 }
 
-TEST(Check, DocumentErrorsArePrintedAloneOnTheFirstLine) {
+TEST(Check, DocumentErrorsArePrintedAloneOnTheFirstLineAndUnreadableFilesExitTwo) {
     const auto path = writeDocument("bad.xml", "<System><Graphs><Graph Name=\"System\" Type=\"DSP\"/>"
                                                "</Graphs></System>");
     const auto result = torvane("check " + path.string());
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.firstErrorLine(), "\"System\" is a reserved graph name.");
     EXPECT_TRUE(result.out.empty());
+    const auto unreadable = torvane("check /no/such/document.xml");
+    EXPECT_EQ(unreadable.exitCode, 2);
+    EXPECT_NE(unreadable.err.find("/no/such/document.xml"), std::string::npos);
 }
 
-TEST(Check, UnreadableFilesExitTwoNamingTheFile) {
-    const auto result = torvane("check /no/such/document.xml");
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_NE(result.err.find("/no/such/document.xml"), std::string::npos);
-}
-
+// The gain chain halves its input, then applies Level. --rate tells the driver another rate;
+// the file keeps its own.
 TEST(Run, GainChainMatchesAnIndependentComputation) {
-    const auto in = scratch() / "tone.wav";
-    writeWav(in, tone(1, 1000));
-    const auto out = scratch() / "gain.wav";
-    const auto result = torvane("run " + example("gain-chain.xml") + " --in " + in.string() +
-                                " --out " + out.string() + " --set Level=0.25");
+    const auto in = written("tone.wav", tone(1, 1000, 44100));
+    const auto result =
+        run(example("gain-chain.xml"), in, "gain.wav", " --set Level=0.25 --rate 96000");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const Audio input = readWav(in);
-    const Audio output = readWav(out);
+    const Audio output = readWav(scratch() / "gain.wav");
     ASSERT_EQ(output.frames(), 1000u);
-    EXPECT_EQ(output.rate, 48000);
+    EXPECT_EQ(output.rate, 44100);
     for (size_t i = 0; i < output.frames(); ++i) {
         ASSERT_EQ(output.at(i, 0), input.at(i, 0) * 0.5f * 0.25f) << i;
     }
 }
 
 TEST(Run, BlockSizeDoesNotChangeTheOutput) {
-    const auto in = scratch() / "tone-blocks.wav";
-    writeWav(in, tone(1, 777));
+    const auto in = written("tone-blocks.wav", tone(1, 777));
     std::vector<Audio> outputs;
-    for (const char* block : {"1", "13", "256", "1000"}) {
-        const auto out = scratch() / (std::string("blocks-") + block + ".wav");
-        ASSERT_EQ(torvane("run " + example("two-graph-lookup.xml") + " --in " + in.string() +
-                          " --out " + out.string() + " --block " + block)
-                      .exitCode,
+    for (const std::string block : {"1", "13", "256", "1000"}) {
+        ASSERT_EQ(run(example("two-graph-lookup.xml"), in, "blocks-" + block + ".wav",
+                      " --block " + block).exitCode,
                   0);
-        outputs.push_back(readWav(out));
+        outputs.push_back(readWav(scratch() / ("blocks-" + block + ".wav")));
     }
     for (const auto& output : outputs) {
         EXPECT_EQ(output.samples, outputs[0].samples);
@@ -95,64 +101,39 @@ TEST(Run, BlockSizeDoesNotChangeTheOutput) {
 }
 
 TEST(Run, ChannelsFeedSystemInputsAndMonoFeedsThemAll) {
-    const auto document = writeDocument("twin.xml", twinChains);
-    const auto stereo = scratch() / "stereo.wav";
-    writeWav(stereo, tone(2, 100));
-    const auto out = scratch() / "twin-out.wav";
-    ASSERT_EQ(torvane("run " + document.string() + " --in " + stereo.string() + " --out " +
-                      out.string()).exitCode, 0);
-    Audio input = readWav(stereo), output = readWav(out);
+    const auto document = writeDocument("twin.xml", twinChains).string();
+    const Audio stereo = tone(2, 100), mono = tone(1, 100);
+    ASSERT_EQ(run(document, written("stereo.wav", stereo), "twin-out.wav").exitCode, 0);
+    Audio output = readWav(scratch() / "twin-out.wav");
     ASSERT_EQ(output.channels, 2);
-    EXPECT_EQ(output.at(50, 0), input.at(50, 0) * 2.0f);
-    EXPECT_EQ(output.at(50, 1), input.at(50, 1) * 3.0f);
-
-    const auto mono = scratch() / "mono.wav";
-    writeWav(mono, tone(1, 100));
-    ASSERT_EQ(torvane("run " + document.string() + " --in " + mono.string() + " --out " +
-                      out.string()).exitCode, 0);
-    input = readWav(mono);
-    output = readWav(out);
-    EXPECT_EQ(output.at(50, 1), input.at(50, 0) * 3.0f);
+    EXPECT_EQ(output.at(50, 0), stereo.at(50, 0) * 2.0f);
+    EXPECT_EQ(output.at(50, 1), stereo.at(50, 1) * 3.0f);
+    ASSERT_EQ(run(document, written("mono.wav", mono), "twin-out.wav").exitCode, 0);
+    output = readWav(scratch() / "twin-out.wav");
+    EXPECT_EQ(output.at(50, 1), mono.at(50, 0) * 3.0f);
 }
 
 TEST(Run, TimedSettingsApplyAtTheFirstBlockThatStartsAtOrAfterTheirTime) {
-    const auto in = scratch() / "ones.wav";
-    writeWav(in, Audio{1, 1000, std::vector<float>(1000, 1.0f)});
-    const auto out = scratch() / "timed.wav";
-    ASSERT_EQ(torvane("run " + example("gain-chain.xml") + " --in " + in.string() + " --out " +
-                      out.string() + " --block 100 --set Level=2@0.25")
+    const auto in = written("ones.wav", Audio{1, 1000, std::vector<float>(1000, 1.0f)});
+    ASSERT_EQ(run(example("gain-chain.xml"), in, "timed.wav", " --block 100 --set Level=2@0.25")
                   .exitCode,
               0);
-    const Audio output = readWav(out);
+    const Audio output = readWav(scratch() / "timed.wav");
     EXPECT_EQ(output.at(299, 0), 0.5f);
     EXPECT_EQ(output.at(300, 0), 1.0f) << "0.25 s is frame 250: the block at 300 applies it";
 }
 
 TEST(Run, FailuresExitOneAndLeaveNoOutput) {
-    const auto in = scratch() / "fail-in.wav";
-    writeWav(in, tone(1, 10));
+    const auto in = written("fail-in.wav", tone(1, 10));
     const auto out = scratch() / "never.wav";
-    auto result = torvane("run " + example("gain-chain.xml") + " --in " + in.string() + " --out " +
-                          out.string() + " --set Volume=1");
+    auto result = run(example("gain-chain.xml"), in, "never.wav", " --set Volume=1");
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_NE(result.err.find("Volume"), std::string::npos);
-    const auto broken = writeDocument("broken.xml", "<System><Graphs/></System>");
-    result = torvane("run " + broken.string() + " --in " + in.string() + " --out " + out.string());
+    result = run(writeDocument("broken.xml", "<System><Graphs/></System>").string(), in, "never.wav");
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.firstErrorLine(), "No graphs to parse.");
     EXPECT_FALSE(std::filesystem::exists(out));
     EXPECT_FALSE(std::filesystem::exists(out.string() + ".partial"));
-}
-
-TEST(Run, RateOptionTellsTheDriverWithoutResampling) {
-    const auto in = scratch() / "rate-in.wav";
-    writeWav(in, tone(1, 480, 44100));
-    const auto out = scratch() / "rate-out.wav";
-    ASSERT_EQ(torvane("run " + example("gain-chain.xml") + " --in " + in.string() + " --out " +
-                      out.string() + " --rate 96000").exitCode, 0);
-    const Audio output = readWav(out);
-    EXPECT_EQ(output.rate, 44100);
-    EXPECT_EQ(output.frames(), 480u);
 }
 
 TEST(Usage, HelpAndMistakes) {
@@ -163,9 +144,10 @@ TEST(Usage, HelpAndMistakes) {
         EXPECT_NE(help.out.find("Usage: torvane"), std::string::npos) << command;
     }
     EXPECT_EQ(torvane("frobnicate").exitCode, 2);
-    EXPECT_EQ(torvane("run " + example("gain-chain.xml") + " --in x.wav").exitCode, 2);
-    EXPECT_EQ(torvane("run " + example("gain-chain.xml") + " --in x.wav --out y.wav --block 0").exitCode, 2);
-    EXPECT_EQ(torvane("run " + example("gain-chain.xml") + " --in x.wav --out y.wav --set Level").exitCode, 2);
+    const std::string gainChain = "run " + example("gain-chain.xml") + " --in x.wav";
+    for (const char* more : {"", " --out y.wav --block 0", " --out y.wav --set Level"}) {
+        EXPECT_EQ(torvane(gainChain + more).exitCode, 2) << more;
+    }
 }
 
 } // namespace

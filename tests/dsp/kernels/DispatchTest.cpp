@@ -59,7 +59,7 @@ TEST(InstructionSet, LevelsTwoToFourRunTheAvxBuild) {
 // product tell which one ran.
 TEST(Dispatch, DotRunsTheBuildOfTheDetectedLevel) {
     constexpr int32 n = 813;
-    const std::vector<scalar> a = randomValues(n, 11), b = randomValues(n, 12);
+    const std::vector<scalar> a = noise(n, 11), b = noise(n, 12);
     const KernelBuild& expected = buildForLevel(instructionSetLevel());
     EXPECT_EQ(std::bit_cast<std::uint32_t>(dot(a.data(), b.data(), n)),
               std::bit_cast<std::uint32_t>(expected.dot(a.data(), b.data(), n)));

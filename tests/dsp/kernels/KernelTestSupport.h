@@ -2,12 +2,12 @@
 
 #include "dsp/kernels/InstructionSet.h"
 #include "dsp/kernels/KernelBuilds.h"
+#include "support/Signals.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cstdint>
-#include <random>
 #include <vector>
 
 namespace nodara::kernels {
@@ -31,16 +31,7 @@ inline std::string buildName(const ::testing::TestParamInfo<const KernelBuild*>&
     return info.param->name;
 }
 
-/// Uniform values in [−1, 1] from a fixed seed.
-inline std::vector<scalar> randomValues(std::size_t count, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<scalar> distribution(-1.0f, 1.0f);
-    std::vector<scalar> values(count);
-    for (scalar& value : values) {
-        value = distribution(generator);
-    }
-    return values;
-}
+using nodara::testing::noise;
 
 /// Bit patterns, so that comparisons are exact and NaNs compare by payload.
 inline std::vector<std::uint32_t> bitsOf(const std::vector<scalar>& values) {
