@@ -1,5 +1,6 @@
 #include "amp/Amplifier.h"
 #include "amp/EmbeddedData.h"
+#include "support/AllocationCounter.h"
 #include "support/Documents.h"
 #include "support/Signals.h"
 #include "support/Tool.h"
@@ -165,6 +166,23 @@ TEST(Amplifier, BlockSizeChangesOnlyTheConvolutionsRounding) {
         }
         EXPECT_LT(worst, 1e-5 * std::max(1.0, rms(reference, 0)) + 1e-7) << "block " << block;
     }
+}
+
+TEST(Amplifier, SteadyStateBlocksAllocateNothingEvenWhileKnobsMove) {
+    auto driver = amplifier(48000.0f, 256, {{"CPU", 1.0f}, {"Stereo", 1.0f}});
+    const auto input = nodara::testing::testSignal(256);
+    const std::vector<scalar*> inputs = {const_cast<scalar*>(input.data()), const_cast<scalar*>(input.data())};
+    driver->process(inputs, 256);
+    auto& gain = *(*driver->getControls())[0];
+    EXPECT_EQ(nodara::testing::allocationsOf([&] {
+                  for (int block = 0; block < 20; ++block) {
+                      driver->process(inputs, 256);
+                  }
+              }),
+              0);
+    gain.setValue(0.9f);  // the mapping runs here, on the writer's thread
+    EXPECT_EQ(nodara::testing::allocationsOf([&] { driver->process(inputs, 256); }), 0)
+        << "the wiper's new coefficients are computed on the audio thread without allocating";
 }
 
 TEST(Amplifier, RunsAtCommonSampleRates) {

@@ -1,44 +1,11 @@
 // Counts heap allocations on the audio path: steady-state blocks must allocate nothing.
+#include "support/AllocationCounter.h"
 #include "support/Documents.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-std::atomic<long> allocations{0};
-std::atomic<bool> counting{false};
-} // namespace
-
-// The replacements pair malloc with free; the compiler only sees free meet a pointer from new.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-void* operator new(std::size_t size) {
-    if (counting.load(std::memory_order_relaxed)) {
-        allocations.fetch_add(1, std::memory_order_relaxed);
-    }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-
 namespace nodara::testing {
 namespace {
-
-/// Allocations made by `action`.
-template <class Action>
-long allocationsOf(Action&& action) {
-    allocations = 0;
-    counting = true;
-    action();
-    counting = false;
-    return allocations.load();
-}
 
 /// Allocations of `count` blocks of 256 frames.
 long allocationsOfBlocks(Driver& driver, int count) {
