@@ -150,14 +150,6 @@ void Convolver::process(const std::vector<scalar*>& in, std::vector<scalar*>& ou
     }
 }
 
-scalar Convolver::process(scalar) { throw OperationNotSupportedException(""); }
-
-scalar* Convolver::process(scalar*, size_t) { throw OperationNotSupportedException(""); }
-
-void Convolver::process(const scalar*, scalar*, size_t) {
-    throw OperationNotSupportedException("");
-}
-
 Filter::IterationResults& Convolver::iteration(const IterationResults&, size_t, int32) {
     throw OperationNotSupportedException("Convolver: Iteration is not supported.");
 }

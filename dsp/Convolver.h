@@ -42,9 +42,6 @@ public:
     /// As above, then copies the frames to out[0].
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
-    scalar process(scalar in) override;
-    scalar* process(scalar* in, size_t framesPerBuffer) override;
-    void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
 
     IterationResults& iteration(const IterationResults& in, size_t frame, int32 iteration) override;
     IterationResults& getLastIterationResults() override;

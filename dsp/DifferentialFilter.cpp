@@ -39,14 +39,6 @@ void DifferentialFilter::init(const std::string& filterName, const Properties& f
     }
 }
 
-scalar DifferentialFilter::process(scalar) { throw OperationNotSupportedException(""); }
-
-scalar* DifferentialFilter::process(scalar*, size_t) { throw OperationNotSupportedException(""); }
-
-void DifferentialFilter::process(const scalar*, scalar*, size_t) {
-    throw OperationNotSupportedException("");
-}
-
 void DifferentialFilter::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                                  size_t framesPerBuffer) {
     if (framesPerBuffer == 0) {

@@ -18,11 +18,8 @@ public:
     void propertyChanged(const std::string& name, scalar value) override;
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;
-    scalar process(scalar in) override;
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
-    scalar* process(scalar* in, size_t framesPerBuffer) override;
-    void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
     /// (element 0 − element 1)·Gain; the constant is not used here.
     IterationResults& iteration(const IterationResults& in, size_t frame,
                                 int32 iteration) override;

@@ -21,10 +21,6 @@ void Gain::init(const std::string& gainName, const Properties& gainProperties,
                     NodaraException("Gain is not defined. Gain name=" + gainName));
 }
 
-scalar Gain::process(scalar) { throw OperationNotSupportedException(""); }
-
-scalar* Gain::process(scalar*, size_t) { throw OperationNotSupportedException(""); }
-
 void Gain::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                    size_t framesPerBuffer) {
     process(in[0], out[0], framesPerBuffer);

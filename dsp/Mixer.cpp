@@ -38,12 +38,6 @@ void Mixer::propertyChanged(const std::string& propertyName, scalar value) {
     (*faders)[static_cast<size_t>(index)] = value;
 }
 
-scalar Mixer::process(scalar) { throw OperationNotSupportedException(""); }
-
-scalar* Mixer::process(scalar*, size_t) { throw OperationNotSupportedException(""); }
-
-void Mixer::process(const scalar*, scalar*, size_t) { throw OperationNotSupportedException(""); }
-
 // Inputs beyond those wired count as silence: the mixer's meta names a single port.
 void Mixer::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                     size_t framesPerBuffer) {

@@ -44,12 +44,6 @@ void Switch::init(const std::string& switchName, const Properties& switchPropert
     outputs.assign(1, buffer.get());
 }
 
-scalar Switch::process(scalar) { throw OperationNotSupportedException(""); }
-
-scalar* Switch::process(scalar*, size_t) { throw OperationNotSupportedException(""); }
-
-void Switch::process(const scalar*, scalar*, size_t) { throw OperationNotSupportedException(""); }
-
 void Switch::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                      size_t framesPerBuffer) {
     // An unwired or impossible position gives silence rather than a read outside the inputs.

@@ -20,11 +20,8 @@ public:
     void propertyChanged(const std::string& name, scalar value) override;
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;
-    scalar process(scalar in) override;
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
-    scalar* process(scalar* in, size_t framesPerBuffer) override;
-    void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
     IterationResults& iteration(const IterationResults& in, size_t frame,
                                 int32 iteration) override;
     std::shared_ptr<ElementMeta> getMeta() override { return meta; }

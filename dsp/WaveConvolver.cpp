@@ -208,14 +208,6 @@ void WaveConvolver::process(const std::vector<scalar*>& in, std::vector<scalar*>
     convolver.process(in, out, framesPerBuffer);
 }
 
-scalar WaveConvolver::process(scalar) { throw OperationNotSupportedException(""); }
-
-scalar* WaveConvolver::process(scalar*, size_t) { throw OperationNotSupportedException(""); }
-
-void WaveConvolver::process(const scalar*, scalar*, size_t) {
-    throw OperationNotSupportedException("");
-}
-
 Filter::IterationResults& WaveConvolver::iteration(const IterationResults&, size_t, int32) {
     throw OperationNotSupportedException("WaveConvolver: Iteration is not supported.");
 }
