@@ -135,15 +135,17 @@ std::vector<Map> mapsFor(const std::string& control, size_t targets) {
 
 } // namespace
 
-std::shared_ptr<Driver> makeAmplifierDriver() {
+std::shared_ptr<Driver> makeProductDriver(std::string_view document) {
     auto driver = std::make_shared<Driver>();
     auto factories = std::make_shared<std::vector<std::shared_ptr<nodara::PluginDSPElementFactory>>>();
     factories->push_back(std::make_shared<TorvaneFactory>());
     driver->setPluginElementFactories(factories);
-    std::istringstream document{std::string(amplifierDocument)};
-    driver->init(document);
+    std::istringstream text{std::string(document)};
+    driver->init(text);
     return driver;
 }
+
+std::shared_ptr<Driver> makeAmplifierDriver() { return makeProductDriver(amplifierDocument); }
 
 void setUpAmplifier(Driver& driver) {
     setupVolumeControls(driver);

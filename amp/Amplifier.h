@@ -3,11 +3,15 @@
 #include "runtime/Driver.h"
 
 #include <memory>
+#include <string_view>
 
 namespace torvane {
 
-/// A driver that knows the product's element types and has parsed the amplifier document.
+/// A driver that knows the product's element types, initialised from `document`.
 /// Start-up work: parses and designs; never on the audio thread.
+std::shared_ptr<nodara::Driver> makeProductDriver(std::string_view document);
+
+/// The same for the amplifier document.
 std::shared_ptr<nodara::Driver> makeAmplifierDriver();
 
 /// Attaches the networks' coefficient calculators and handlers, then loads the stage tables

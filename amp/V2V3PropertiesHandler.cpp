@@ -1,11 +1,10 @@
 #include "amp/V2V3PropertiesHandler.h"
 
-#include "amp/GridConductance.h"
 
 namespace torvane {
 
 V2V3PropertiesHandler::V2V3PropertiesHandler(Filter* filter, std::span<const float> gridResistance)
-    : lookup(gridConductance(gridResistance, "18", "30", "0.02")), filter(filter) {}
+    : grid(gridResistance, "18", "30", "0.02"), filter(filter) {}
 
 void V2V3PropertiesHandler::setSampleRate(scalar sampleRate) {
     dirty = true;
@@ -16,16 +15,12 @@ void V2V3PropertiesHandler::setSampleRate(scalar sampleRate) {
 
 // With N = G·R·kC + kC + G: b0 = kC/N, b1 = −kC/N, a1 = −(G·R·kC + kC − G)/N.
 void V2V3PropertiesHandler::update(scalar, scalar lastOutput) {
-    y2 = y1;
-    y1 = lastOutput;
-    const scalar predicted = 2.0f * y1 - y2;
-    g = lookup->process(predicted);
-    if (lastG * 1.1 > g && g > lastG * 0.9 && !dirty) {
+    const std::optional<double> g = grid.next(lastOutput, dirty);
+    if (!g) {
         return;
     }
     dirty = false;
-    lastG = g;
-    G = G0 + g;
+    const double G = G0 + *g;
     const double inv = 1.0 / (-G * RkC - kC - G);
     auto& numerator = *b;
     numerator[1] = static_cast<scalar>(kC * inv);

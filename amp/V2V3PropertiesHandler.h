@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/LookupTableFilter.h"
+#include "amp/GridLoad.h"
 #include "runtime/PropertiesHandler.h"
 
 #include <memory>
@@ -34,7 +34,7 @@ public:
     void update(scalar input, scalar lastOutput) override;
 
 private:
-    std::unique_ptr<nodara::LookupTableFilter> lookup;
+    GridLoad grid;
     Filter* filter;
     double R = 69000.0;                   ///< ohms, source resistance
     double C = 2.2e-8;                    ///< farads, coupling capacitor
@@ -42,11 +42,6 @@ private:
     double kC = k * C;
     double RkC = R * kC;
     double G0 = 4.5454545454545455e-6;    ///< siemens, the 220 kΩ grid resistor
-    double g = 0.0;
-    double G = G0;
-    /// The filter's last two outputs, for the prediction of the grid voltage.
-    scalar y1 = 0.0f, y2 = 0.0f;
-    double lastG = 0.0;
     bool dirty = true;
     std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(2, 0.0f);
     std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(1, 0.0f);

@@ -1,13 +1,12 @@
 #include "amp/VolCtrlPropertiesHandler.h"
 
-#include "amp/GridConductance.h"
 #include "runtime/Exceptions.h"
 
 namespace torvane {
 
 VolCtrlPropertiesHandler::VolCtrlPropertiesHandler(Filter* filter,
                                                    std::span<const float> gridResistance)
-    : lookup(gridConductance(gridResistance, "0", "20", "0.02")), filter(filter) {}
+    : grid(gridResistance, "0", "20", "0.02"), filter(filter) {}
 
 void VolCtrlPropertiesHandler::setWiper(double value) {
     wiper = value;
@@ -61,18 +60,15 @@ void VolCtrlPropertiesHandler::computeTermsFreeOfG() {
 }
 
 void VolCtrlPropertiesHandler::update(scalar, scalar lastOutput) {
-    y2 = y1;
-    y1 = lastOutput;
-    const scalar predicted = 2.0f * y1 - y2;
-    g = lookup->process(predicted);
-    if (lastG * 1.1 > g && g > lastG * 0.9 && !dirty) {
+    const std::optional<double> conductance = grid.next(lastOutput, dirty);
+    if (!conductance) {
         return;
     }
     if (dirty) {
         dirty = false;
         computeTermsFreeOfG();
     }
-    lastG = g;
+    const double g = *conductance;
     const double inv = 1.0 / (E0 * g + D0);
     const scalar b0 = static_cast<scalar>(kC1 * Rlow * inv) * gain;
     auto& numerator = *b;

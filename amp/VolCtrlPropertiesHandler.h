@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/LookupTableFilter.h"
+#include "amp/GridLoad.h"
 #include "runtime/PropertiesHandler.h"
 
 #include <memory>
@@ -39,7 +39,7 @@ private:
     void setWiper(double value);
     void computeTermsFreeOfG();
 
-    std::unique_ptr<nodara::LookupTableFilter> lookup;
+    GridLoad grid;
     Filter* filter;
     scalar gain = 0.61f;
     double wiper = 1.0;
@@ -50,16 +50,12 @@ private:
     double k = 1.0;
     double kC1 = C1;
     double kC2 = C2;
-    double g = 0.0;
     double Rlow = Rp;
     double Rup = 0.0;
     /// k²·C1·C2·Rlow·(Rs + Rup): the s² term after the transform.
     double S2 = 0.0;
     /// Denominator sums: z⁰ is D0 + g·E0, z⁻² is D2 + g·E2.
     double D0 = 0.0, E0 = 0.0, D2 = 0.0, E2 = 0.0;
-    /// The filter's last two outputs, for the prediction of the grid voltage.
-    scalar y1 = 0.0f, y2 = 0.0f;
-    double lastG = 0.0;
     bool dirty = true;
     std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(3, 0.0f);
     std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(2, 0.0f);

@@ -1,14 +1,13 @@
 #include "plugin/PluginEntry.h"
 
 #include "amp/AmplifierDocument.h"
-#include "amp/TorvaneFactory.h"
+#include "amp/Amplifier.h"
 #include "plugin/TorvaneVST2Effect.h"
 #include "runtime/Exceptions.h"
 
 #include <cstdio>
 #include <exception>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <xmmintrin.h>
 
@@ -36,13 +35,7 @@ void reportStartUpFailure(const std::string& message) {
 AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster, std::string_view document) {
     setDenormalFlushing();
     try {
-        auto driver = std::make_shared<nodara::Driver>();
-        auto factories = std::make_shared<std::vector<std::shared_ptr<nodara::PluginDSPElementFactory>>>();
-        factories->push_back(std::make_shared<TorvaneFactory>());
-        driver->setPluginElementFactories(factories);
-        std::istringstream text{std::string(document)};
-        driver->init(text);
-        return new TorvaneVST2Effect(audioMaster, driver);
+        return new TorvaneVST2Effect(audioMaster, makeProductDriver(document));
     } catch (const nodara::NodaraException& error) {
         throw nodara::NodaraException(error.getMessage());
     }

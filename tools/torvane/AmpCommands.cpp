@@ -51,40 +51,19 @@ private:
 } // namespace
 
 int ampCommand(Arguments& arguments) {
-    const auto input = arguments.takeOption("--in");
-    const auto output = arguments.takeOption("--out");
-    const auto rate = arguments.takeOption("--rate");
-    const auto block = arguments.takeOption("--block");
-    std::vector<ControlSetting> settings;
-    for (const auto& text : arguments.takeAll("--set")) {
-        settings.push_back(parseControlSetting(text));
-    }
+    const FileRunOptions options = takeFileRunOptions(arguments);
     arguments.expectNothingElse();
-    if (!input || !output) {
-        throw UsageError("both --in IN.wav and --out OUT.wav are needed");
-    }
-    const int blockSize = block ? parsePositiveInteger(*block, "--block") : 256;
-    AudioReader reader(*input);
+    AudioReader reader(options.input);
     if (reader.channels() > 2) {
-        throw UsageError(*input + " has " + std::to_string(reader.channels()) +
+        throw UsageError(options.input + " has " + std::to_string(reader.channels()) +
                          " channels; the amplifier takes a mono or a stereo file");
     }
-    const double systemRate = rate ? parseNumber(*rate, "--rate") : reader.sampleRate();
-    if (systemRate <= 0.0) {
-        throw UsageError("--rate must be above 0");
-    }
     auto driver = torvane::makeAmplifier();
-    driver->setSampleRate(static_cast<float>(systemRate));
-    driver->setMaxBlockSize(blockSize);
-    BlockLoop loop(driver->getControls(), std::move(settings));
-    loop.applyInitialSettings();
     AmplifierChannels channels(*driver, reader.channels());
-    AudioWriter writer(*output, reader.channels(), reader.sampleRate());
-    loop.run(reader, writer, static_cast<size_t>(blockSize),
-             [&](std::vector<std::vector<float>>& data, size_t frames) {
-                 return channels.process(data, frames);
-             });
-    writer.commit();
+    runFile(*driver, reader, options, reader.channels(),
+            [&](std::vector<std::vector<float>>& data, size_t frames) {
+                return channels.process(data, frames);
+            });
     return 0;
 }
 

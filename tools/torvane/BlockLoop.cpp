@@ -59,4 +59,15 @@ void BlockLoop::run(AudioReader& reader, AudioWriter& writer, size_t blockSize,
     }
 }
 
+void runFile(nodara::Driver& driver, AudioReader& reader, const FileRunOptions& options,
+             int outputChannels, const BlockProcessor& process) {
+    driver.setSampleRate(static_cast<float>(options.rateFor(reader.sampleRate())));
+    driver.setMaxBlockSize(options.blockSize);
+    BlockLoop loop(driver.getControls(), options.settings);
+    loop.applyInitialSettings();
+    AudioWriter writer(options.output, outputChannels, reader.sampleRate());
+    loop.run(reader, writer, static_cast<size_t>(options.blockSize), process);
+    writer.commit();
+}
+
 } // namespace torvane::cli

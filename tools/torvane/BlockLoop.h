@@ -35,4 +35,9 @@ private:
     std::vector<bool> applied;
 };
 
+/// Runs `reader` through `driver` into `options.output` with `outputChannels` channels: tells
+/// the driver its rate and block size, applies the settings and commits the file at the end.
+void runFile(nodara::Driver& driver, AudioReader& reader, const FileRunOptions& options,
+             int outputChannels, const BlockProcessor& process);
+
 } // namespace torvane::cli

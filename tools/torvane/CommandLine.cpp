@@ -81,6 +81,32 @@ int parsePositiveInteger(const std::string& text, const std::string& what) {
     return static_cast<int>(value);
 }
 
+FileRunOptions takeFileRunOptions(Arguments& arguments) {
+    const auto input = arguments.takeOption("--in");
+    const auto output = arguments.takeOption("--out");
+    const auto rate = arguments.takeOption("--rate");
+    const auto block = arguments.takeOption("--block");
+    FileRunOptions options;
+    for (const auto& text : arguments.takeAll("--set")) {
+        options.settings.push_back(parseControlSetting(text));
+    }
+    if (!input || !output) {
+        throw UsageError("both --in IN.wav and --out OUT.wav are needed");
+    }
+    options.input = *input;
+    options.output = *output;
+    if (rate) {
+        options.rate = parseNumber(*rate, "--rate");
+        if (*options.rate <= 0.0) {
+            throw UsageError("--rate must be above 0");
+        }
+    }
+    if (block) {
+        options.blockSize = parsePositiveInteger(*block, "--block");
+    }
+    return options;
+}
+
 ControlSetting parseControlSetting(const std::string& text) {
     const auto equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {

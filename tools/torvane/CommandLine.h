@@ -50,6 +50,21 @@ private:
     std::vector<std::string> words;
 };
 
+/// The options of the commands that run audio files: --in, --out, --rate, --block, --set.
+struct FileRunOptions {
+    std::string input;
+    std::string output;
+    /// The rate the driver is told; none: the input file's.
+    std::optional<double> rate;
+    int blockSize = 256;
+    std::vector<ControlSetting> settings;
+
+    double rateFor(int fileRate) const { return rate.value_or(fileRate); }
+};
+
+/// Takes those options out of `arguments`; --in and --out are required.
+FileRunOptions takeFileRunOptions(Arguments& arguments);
+
 double parseNumber(const std::string& text, const std::string& what);
 int parsePositiveInteger(const std::string& text, const std::string& what);
 ControlSetting parseControlSetting(const std::string& text);

@@ -2,9 +2,6 @@
 
 #include "tools/torvane/CommandLine.h"
 
-#include "runtime/Driver.h"
-
-#include <memory>
 #include <string>
 
 namespace torvane::cli {
@@ -21,7 +18,5 @@ int renderCommand(Arguments& arguments);
 
 /// The text of a file, or a FileError naming it.
 std::string readTextFile(const std::string& path);
-/// A driver with the product's element types, initialised from a document text.
-std::shared_ptr<nodara::Driver> makeDriver(const std::string& document);
 
 } // namespace torvane::cli

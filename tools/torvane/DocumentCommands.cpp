@@ -2,14 +2,13 @@
 #include "tools/torvane/BlockLoop.h"
 #include "tools/torvane/Commands.h"
 
+#include "amp/Amplifier.h"
 #include "amp/AmplifierDocument.h"
-#include "amp/TorvaneFactory.h"
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <iostream>
-#include <sstream>
 
 namespace torvane::cli {
 
@@ -29,21 +28,11 @@ std::string readTextFile(const std::string& path) {
     return text;
 }
 
-std::shared_ptr<nodara::Driver> makeDriver(const std::string& document) {
-    auto driver = std::make_shared<nodara::Driver>();
-    auto factories = std::make_shared<std::vector<std::shared_ptr<nodara::PluginDSPElementFactory>>>();
-    factories->push_back(std::make_shared<torvane::TorvaneFactory>());
-    driver->setPluginElementFactories(factories);
-    std::istringstream stream(document);
-    driver->init(stream);
-    return driver;
-}
-
 int checkCommand(Arguments& arguments) {
     const bool builtIn = arguments.takeFlag("--builtin");
     const std::string path = builtIn ? std::string() : arguments.takePositional("the document DOC.xml");
     arguments.expectNothingElse();
-    auto driver = makeDriver(builtIn ? std::string(torvane::amplifierDocument) : readTextFile(path));
+    auto driver = torvane::makeProductDriver(builtIn ? std::string(torvane::amplifierDocument) : readTextFile(path));
     const auto controls = driver->getControls();
     std::cout << "ok: " << driver->getGraphs()->size() << " graphs, "
               << driver->getNumberOfOutputs() << " outputs, " << (controls ? controls->size() : 0)
@@ -66,24 +55,12 @@ std::vector<nodara::scalar*> systemInputs(std::vector<std::vector<float>>& chann
 } // namespace
 
 int runCommand(Arguments& arguments) {
-    const auto input = arguments.takeOption("--in");
-    const auto output = arguments.takeOption("--out");
-    const auto rate = arguments.takeOption("--rate");
-    const auto block = arguments.takeOption("--block");
-    std::vector<ControlSetting> settings;
-    for (const auto& text : arguments.takeAll("--set")) {
-        settings.push_back(parseControlSetting(text));
-    }
+    const FileRunOptions options = takeFileRunOptions(arguments);
     const std::string path = arguments.takePositional("the document DOC.xml");
     arguments.expectNothingElse();
-    if (!input || !output) {
-        throw UsageError("both --in IN.wav and --out OUT.wav are needed");
-    }
-    const int blockSize = block ? parsePositiveInteger(*block, "--block") : 256;
-
     const std::string document = readTextFile(path);
-    AudioReader reader(*input);
-    auto driver = makeDriver(document);
+    AudioReader reader(options.input);
+    auto driver = torvane::makeProductDriver(document);
     const auto inputCount = static_cast<size_t>(driver->getNumberOfSystemInputs());
     const size_t outputCount = driver->getNumberOfOutputs();
     if (outputCount == 0) {
@@ -92,26 +69,15 @@ int runCommand(Arguments& arguments) {
     }
     if (reader.channels() > 1 && static_cast<size_t>(reader.channels()) < inputCount) {
         throw std::runtime_error("the document reads " + std::to_string(inputCount) +
-                                 " system inputs but " + *input + " has " +
+                                 " system inputs but " + options.input + " has " +
                                  std::to_string(reader.channels()) + " channels");
     }
-    const double systemRate = rate ? parseNumber(*rate, "--rate") : reader.sampleRate();
-    if (systemRate <= 0.0) {
-        throw UsageError("--rate must be above 0");
-    }
-    driver->setSampleRate(static_cast<float>(systemRate));
-    driver->setMaxBlockSize(blockSize);
-
-    BlockLoop loop(driver->getControls(), std::move(settings));
-    loop.applyInitialSettings();
-    AudioWriter writer(*output, static_cast<int>(outputCount), reader.sampleRate());
-    loop.run(reader, writer, static_cast<size_t>(blockSize),
-             [&](std::vector<std::vector<float>>& channels, size_t frames) {
-                 driver->process(systemInputs(channels, inputCount), static_cast<int>(frames));
-                 const auto& produced = *driver->getOutputs();
-                 return std::vector<const float*>(produced.begin(), produced.end());
-             });
-    writer.commit();
+    runFile(*driver, reader, options, static_cast<int>(outputCount),
+            [&](std::vector<std::vector<float>>& channels, size_t frames) {
+                driver->process(systemInputs(channels, inputCount), static_cast<int>(frames));
+                const auto& produced = *driver->getOutputs();
+                return std::vector<const float*>(produced.begin(), produced.end());
+            });
     return 0;
 }
 

@@ -1,0 +1,32 @@
+#include "amp/GridLoad.h"
+
+#include "runtime/DSPContext.h"
+
+namespace torvane {
+
+GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const char* vinMax,
+                   const char* deltaV)
+    : lookup(std::make_unique<nodara::LookupTableFilter>()) {
+    auto context = std::make_shared<nodara::DSPContext>();
+    lookup->init("yd", {{"VinMin", vinMin}, {"VinMax", vinMax}, {"DeltaV", deltaV}}, context);
+    auto conductance = std::make_shared<std::vector<nodara::scalar>>();
+    conductance->reserve(resistance.size());
+    for (float ohms : resistance) {
+        conductance->push_back(1.0f / ohms);
+    }
+    lookup->propertyChanged("Vout", conductance);
+}
+
+std::optional<double> GridLoad::next(nodara::scalar lastOutput, bool force) {
+    y2 = y1;
+    y1 = lastOutput;
+    const nodara::scalar predicted = 2.0f * y1 - y2;
+    const double g = lookup->process(predicted);
+    if (lastG * 1.1 > g && g > lastG * 0.9 && !force) {
+        return std::nullopt;
+    }
+    lastG = g;
+    return g;
+}
+
+} // namespace torvane

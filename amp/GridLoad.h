@@ -1,0 +1,34 @@
+#pragma once
+
+#include "dsp/LookupTableFilter.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace torvane {
+
+/// A grid that loads a network when driven positive: its conductance over its voltage (a
+/// resistance curve in ohms, inverted, 1/R in single precision, into a table of siemens), read
+/// at the voltage predicted by straight-line extrapolation of the network's last two outputs.
+/// New coefficients are due only when the conductance leaves ±10 % of the value they stand
+/// for: below the onset the table is flat, and a quiet signal costs one lookup per sample.
+class GridLoad {
+public:
+    GridLoad(std::span<const float> resistance, const char* vinMin, const char* vinMax,
+             const char* deltaV);
+
+    /// The conductance for the next sample, in siemens, when the coefficients must be computed
+    /// for it (always when `force`); nothing while they still stand.
+    std::optional<double> next(nodara::scalar lastOutput, bool force);
+
+private:
+    std::unique_ptr<nodara::LookupTableFilter> lookup;
+    /// The network's last two outputs.
+    nodara::scalar y1 = 0.0f;
+    nodara::scalar y2 = 0.0f;
+    /// The conductance the coefficients stand for; 0 at first, so the first sample computes.
+    double lastG = 0.0;
+};
+
+} // namespace torvane
