@@ -9,7 +9,10 @@ struct ErrorCase {
     const char* what;
     std::string document;
     std::string message;
+    const std::type_info& type = typeid(NodaraException);
 };
+
+const std::type_info& invalidArgument = typeid(InvalidArgumentException);
 
 const std::string gain = element("Gain", "A", "Gain=\"1\"", "Graph");
 
@@ -24,6 +27,12 @@ std::string system(const std::string& graphs, const std::string& rest = "") {
 /// A system of one graph G holding `content`.
 std::string inG(const std::string& content) {
     return system(graph("Name=\"G\" Type=\"DSP\"", content));
+}
+
+/// A system of one graph G holding the element `type` named A with `properties`.
+std::string made(const std::string& type, const std::string& properties) {
+    return inG("<Element Type=\"" + type + "\" Name=\"A\"><Properties " + properties +
+               "/></Element>");
 }
 
 /// A system of one Gain element A whose single input has the attributes `input`.
@@ -88,10 +97,35 @@ std::vector<ErrorCase> errorCases() {
          inG("<Element Type=\"Gain\" Name=\"\"><Properties Gain=\"1\"/></Element>"),
          "Element name is not specified. Graph: G"},
         {"duplicate element", inG(gain + gain), "DSPContext: Duplicate element name: A"},
+        {"gain without gain", made("Gain", ""), "Gain is not defined. Gain name=A"},
+        {"switch without inputs", made("Switch", ""), "Switch: Number of inputs must be specified",
+         invalidArgument},
+        {"switch past its inputs", made("Switch", "NumberOfInputs=\"2\" Position=\"2\""),
+         "Switch: Invalid position 2. NumberOfInputs=2", invalidArgument},
+        {"mixer without faders", made("Mixer", ""), "Faders is not defined. Mixer name=A",
+         invalidArgument},
+        {"mixer fader above one", made("Mixer", "Faders=\"0.5|1.25\""), "Invalid fader value: 1.25",
+         invalidArgument},
+        {"relaxation without factor", made("Relaxation", ""),
+         "Relaxation: Relaxation is not defined. Relaxation name=A"},
+        {"negative relaxation", made("Relaxation", "Relaxation=\"-0.5\""),
+         "Relaxation: Relaxation must be greater than 0. Relaxation=-0.5 Relaxation name=A",
+         invalidArgument},
+        {"table without spacing", made("LookupTableFilter", "VinMin=\"-1\" VinMax=\"1\""),
+         "DeltaV is not defined. LookupTableAmp name=A", invalidArgument},
         {"input without port", gainReading("Element=\"Graph\" Output=\"0\""),
          "Input without a Port name."},
         {"port refused by meta", gainReading("Port=\"inn\" Element=\"Graph\" Output=\"0\""),
-         "Invalid input port name: inn. Expected \"in\"."},
+         "Invalid input port name: inn. Expected \"in\".", invalidArgument},
+        {"switch port without prefix",
+         inG("<Element Type=\"Switch\" Name=\"S\"><Properties NumberOfInputs=\"2\"/><Inputs><Input "
+             "Port=\"0\" Element=\"Graph\" Output=\"0\"/></Inputs></Element>"),
+         "Invalid input port name: 0. INput port name must start with \"in_\" followed by a number.",
+         invalidArgument},
+        {"switch port past its inputs",
+         inG("<Element Type=\"Switch\" Name=\"S\"><Properties NumberOfInputs=\"2\"/><Inputs><Input "
+             "Port=\"in_2\" Element=\"Graph\" Output=\"0\"/></Inputs></Element>"),
+         "SwitchMeta: Invalid input port in_2, NumberOfInputs=2", invalidArgument},
         {"input without element", gainReading("Port=\"in\" Output=\"0\""),
          "Input without an Element name."},
         {"unknown source element", gainReading("Port=\"in\" Element=\"B\" Output=\"out\""),
@@ -99,7 +133,7 @@ std::vector<ErrorCase> errorCases() {
         {"input without output", gainReading("Port=\"in\" Element=\"Graph\""),
          "Input without an Output port."},
         {"source output port refused", inG(gain + element("Gain", "B", "Gain=\"1\"", "A", "output")),
-         "Invalid output port name: output. Expected \"out\"."},
+         "Invalid output port name: output. Expected \"out\".", invalidArgument},
         {"output node without name", inG(gain + "<Output><Node Element=\"A\" Index=\"0\"/></Output>"),
          "Output Node without a name."},
         {"output node without element", inG(gain + "<Output><Node Name=\"out\" Index=\"0\"/></Output>"),
@@ -110,6 +144,9 @@ std::vector<ErrorCase> errorCases() {
         {"output node without port or index",
          inG(gain + "<Output><Node Name=\"out\" Element=\"A\"/></Output>"),
          "Output Node without a Port or an Index attribute."},
+        {"output node past the element's outputs",
+         inG(gain + "<Output><Node Name=\"out\" Element=\"A\" Index=\"1\"/></Output>"),
+         "Output Node out: element A has no output with index 1", invalidArgument},
         {"graph input without graph", inG(gain + "<Inputs><Input Node=\"0\"/></Inputs>"),
          "Input without a graph name."},
         {"graph input from unknown graph",
@@ -153,7 +190,7 @@ std::vector<ErrorCase> errorCases() {
          "Invalid Property: Invalid graph name X. Property, name=Gain"},
         {"property of an unknown element",
          controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"B\"/>"),
-         "DSOContext: Cannot find element with name B"},
+         "DSOContext: Cannot find element with name B", invalidArgument},
         {"property set twice",
          controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"
                         "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"),
@@ -164,9 +201,9 @@ std::vector<ErrorCase> errorCases() {
          "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s)."},
         {"no outputs", inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
         {"negative input count", inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
-         "Number of inputs must be greater than zero. Number of inputs =-1"},
+         "Number of inputs must be greater than zero. Number of inputs =-1", invalidArgument},
         {"unknown processing method", inG(gain + "<Properties ProcessingMethod=\"Fast\"/>"),
-         "DSPGraph: Invalid ProcessingMethod property Fast"},
+         "DSPGraph: Invalid ProcessingMethod property Fast", invalidArgument},
         {"no relative tolerance", iterative("AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
          "DSPGraph: RelativeTollerance is not defined."},
         {"no absolute tolerance", iterative("RelativeTollerance=\"1\" MaxIterations=\"2\""),
@@ -175,13 +212,13 @@ std::vector<ErrorCase> errorCases() {
          "DSPGraph: MaxIterations is not defined."},
         {"zero relative tolerance",
          iterative("RelativeTollerance=\"0\" AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
-         "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=0"},
+         "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=0", invalidArgument},
         {"negative absolute tolerance",
          iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"-1\" MaxIterations=\"2\""),
-         "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1"},
+         "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1", invalidArgument},
         {"zero iteration limit",
          iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\" MaxIterations=\"0\""),
-         "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0"},
+         "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0", invalidArgument},
         {"inputs at two rates",
          system(gainGraph("Up", "Multiplier=\"2.0\"", "<Input Graph=\"System\" Node=\"0\"/>") +
                 gainGraph("Mix", "",
@@ -200,11 +237,22 @@ std::vector<ErrorCase> errorCases() {
 
 // Grammar faults found by the parser, then binding, graph and rate faults found as the system is
 // built.
-TEST(DocumentErrors, EveryFaultEndsWithItsExactMessage) {
+TEST(DocumentErrors, EveryFaultEndsWithItsExactMessageAndClass) {
     for (const auto& error : errorCases()) {
-        EXPECT_EQ(initError(error.document), error.message) << error.what;
+        SCOPED_TRACE(error.what);
+        try {
+            auto driver = std::make_shared<Driver>();
+            std::istringstream stream(error.document);
+            driver->init(stream);
+            ADD_FAILURE() << "no exception; expected: " << error.message;
+        } catch (const NodaraException& thrown) {
+            EXPECT_EQ(thrown.getMessage(), error.message);
+            EXPECT_EQ(std::string(typeid(thrown).name()), std::string(error.type.name()));
+        }
     }
 }
+
+
 
 TEST(DocumentErrors, CircuitGraphsReachTheCircuitParser) {
     const std::string message =
