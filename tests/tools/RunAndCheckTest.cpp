@@ -65,6 +65,9 @@ TEST(Check, DocumentErrorsArePrintedAloneOnTheFirstLineAndUnreadableFilesExitTwo
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.firstErrorLine(), "\"System\" is a reserved graph name.");
     EXPECT_TRUE(result.out.empty());
+    const auto empty = torvane("check " + writeDocument("empty.xml", "").string());
+    EXPECT_EQ(empty.exitCode, 1);
+    EXPECT_EQ(empty.err, "Cannot load xml document. Error: No document element found\n");
     const auto unreadable = torvane("check /no/such/document.xml");
     EXPECT_EQ(unreadable.exitCode, 2);
     EXPECT_NE(unreadable.err.find("/no/such/document.xml"), std::string::npos);

@@ -18,11 +18,12 @@ std::string readTextFile(const std::string& path) {
         throw FileError("cannot read document " + path + (std::filesystem::exists(path, error) ? ": not a regular file" : ": no such file"));
     }
     std::ifstream file(path, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (!file && !file.eof()) {
+    if (!file) {
         throw FileError("cannot read document " + path);
     }
-    if (file.bad() || (text.empty() && !file.eof())) {
+    // An empty file is read as it stands: the parser reports it as a document fault.
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) {
         throw FileError("cannot read document " + path);
     }
     return text;
