@@ -11,8 +11,9 @@ namespace nodara {
 
 Properties attributesOf(const pugi::xml_node& node) {
     Properties properties;
+    // A repeated attribute keeps its first value, as a lookup by name finds it.
     for (const auto& attribute : node.attributes()) {
-        properties[attribute.name()] = attribute.value();
+        properties.emplace(attribute.name(), attribute.value());
     }
     return properties;
 }
@@ -84,7 +85,8 @@ void NewParser::parseGraph(const pugi::xml_node& node) {
     graphs->push_back(graph);
     if (multiplierAttribute) {
         const double multiplier = std::atof(multiplierAttribute.value());
-        if (multiplier <= 0.0) {
+        // Not a number is refused too: no rate follows from it.
+        if (!(multiplier > 0.0)) {
             throw NodaraException("Invalid Graph Multiplier. Graph: " + name +
                                   " Multiplier: " + multiplierAttribute.value());
         }

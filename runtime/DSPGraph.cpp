@@ -114,7 +114,8 @@ void DSPGraph::init() {
     initialized = true;
 }
 
-// A wire from a graph input that does not exist would read past the caller's input list.
+// A wire from a graph input that does not exist would read outside the caller's input list;
+// -1 alone marks an unwired port.
 void DSPGraph::checkGraphInputWires() const {
     const auto& filters = context->getFilters();
     for (size_t f = 0; f < filters.size(); ++f) {
@@ -123,7 +124,7 @@ void DSPGraph::checkGraphInputWires() const {
         }
         for (size_t port = 0; port < inputElements[f]->size(); ++port) {
             const int32 input = (*inputOutputs[f])[port];
-            if ((*inputElements[f])[port] == -1 && input >= numberOfInputs) {
+            if ((*inputElements[f])[port] == -1 && (input < -1 || input >= numberOfInputs)) {
                 throw NodaraException(concat("DSPGraph: Element ", filters[f]->getName(),
                                              " reads graph input ", input, " but graph ", name,
                                              " has ", numberOfInputs, " input(s)."));

@@ -74,6 +74,9 @@ std::string controlSetting(const std::string& properties) {
 std::vector<ErrorCase> errorCases() {
     return {
         {"malformed xml", "<System><Graphs>", "Cannot load xml document. Error: Start-end tags mismatch"},
+        {"empty document", "", "Cannot load xml document. Error: No document element found"},
+        {"text that is not xml", "Gain=1", "Cannot load xml document. Error: No document element found"},
+        {"another root", "<Amp><Graphs>" + plainGraph + "</Graphs></Amp>", "No graphs to parse."},
         {"no graphs", "<System><Graphs/></System>", "No graphs to parse."},
         {"graph without name", system(graph("Type=\"DSP\"", gain)), "Graph name is not specified"},
         {"reserved name", system(graph("Name=\"System\" Type=\"DSP\"", gain)),
@@ -87,6 +90,8 @@ std::vector<ErrorCase> errorCases() {
          "Invalid Graph Multiplier. Graph: G Multiplier: "},
         {"negative multiplier", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"-2\"", gain)),
          "Invalid Graph Multiplier. Graph: G Multiplier: -2"},
+        {"multiplier that is not a number", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"nan\"", gain)),
+         "Invalid Graph Multiplier. Graph: G Multiplier: nan"},
         {"no elements", inG(""), "No elements in graph G"},
         {"unknown element type", inG("<Element Type=\"Nope\" Name=\"x\"/>"),
          "Unknown element type: Nope"},
@@ -113,6 +118,8 @@ std::vector<ErrorCase> errorCases() {
          invalidArgument},
         {"table without spacing", made("LookupTableFilter", "VinMin=\"-1\" VinMax=\"1\""),
          "DeltaV is not defined. LookupTableAmp name=A", invalidArgument},
+        {"repeated attribute keeps the first", made("LookupTableFilter", "VinMin=\"-1\" VinMax=\"1\" DeltaV=\"0\" DeltaV=\"1\""),
+         "DeltaV must be greater than 0. LookupTableAmp name=A", invalidArgument},
         {"input without port", gainReading("Element=\"Graph\" Output=\"0\""),
          "Input without a Port name."},
         {"port refused by meta", gainReading("Port=\"inn\" Element=\"Graph\" Output=\"0\""),
@@ -199,6 +206,10 @@ std::vector<ErrorCase> errorCases() {
          oneGraphSystem("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input "
                         "Port=\"in\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>", "A"),
          "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s)."},
+        {"a wire from a negative graph input",
+         oneGraphSystem("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input "
+                        "Port=\"in\" Element=\"Graph\" Output=\"-2\"/></Inputs></Element>", "A"),
+         "DSPGraph: Element A reads graph input -2 but graph G has 1 input(s)."},
         {"no outputs", inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
         {"negative input count", inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
          "Number of inputs must be greater than zero. Number of inputs =-1", invalidArgument},
