@@ -139,6 +139,9 @@ void LookupTableFilter::process(const scalar* in, scalar* out, size_t framesPerB
 
 Filter::IterationResults& LookupTableFilter::iteration(const IterationResults& in, size_t,
                                                        int32) {
+    if (values->empty()) {
+        throw NodaraException("LookupTableFilter: " + name + " lookup data is not defined.");
+    }
     (*iterationResult)[0] = process(in->at(0));
     return iterationResult;
 }

@@ -7,8 +7,6 @@
 
 namespace nodara {
 
-void Mixer::propertiesChanged(const Properties&) { throw OperationNotSupportedException(""); }
-
 void Mixer::init(const std::string& mixerName, const Properties& mixerProperties,
                  std::shared_ptr<DSPContext>& mixerContext) {
     Filter::init(mixerName, mixerProperties, mixerContext);

@@ -16,7 +16,6 @@ public:
     using BufferedFilter::process;
     using Filter::init;
     using BufferedFilter::propertyChanged;
-    void propertiesChanged(const Properties& properties) override;
     void propertyChanged(const std::string& name, scalar value) override;
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;

@@ -56,8 +56,10 @@ void Switch::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
     }
 }
 
+// As in the block form, an impossible position gives silence.
 Filter::IterationResults& Switch::iteration(const IterationResults& in, size_t, int32) {
-    (*iterationResult)[0] = in->at(static_cast<size_t>(position));
+    const bool possible = position >= 0 && static_cast<size_t>(position) < in->size();
+    (*iterationResult)[0] = possible ? (*in)[static_cast<size_t>(position)] : 0.0f;
     return iterationResult;
 }
 

@@ -156,6 +156,8 @@ TEST(LookupTableFilter, InitAndProcessingFaults) {
     EXPECT_NO_THROW(empty.process(in.data(), out.data(), 0));
     EXPECT_EQ(messageOf([&] { empty.process(in.data(), out.data(), 1); }),
               "LookupTableFilter: T lookup data is not defined.");
+    EXPECT_EQ(messageOf([&] { empty.iteration(std::make_shared<std::vector<scalar>>(1), 0, 0); }),
+              "LookupTableFilter: T lookup data is not defined.");
     EXPECT_EQ(messageOf([&] { empty.setMaxBlockSize(-3); }), "LookupTableFilter: Invalid maxBlockSize-3");
     EXPECT_EQ(messageOf([&] { empty.getOutput(2); }), "LookupTableFilter: Invalid output index: 2");
 }

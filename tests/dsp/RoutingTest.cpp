@@ -45,6 +45,17 @@ TEST(Switch, PassesTheSelectedInputInBlocksAndIterations) {
     EXPECT_EQ((*selector->iteration(values({5.0f, 6.0f}), 0, 0))[0], 6.0f);
 }
 
+// The document must not set a negative position; if it does, both forms give silence.
+TEST(Switch, ANegativePositionGivesSilence) {
+    auto selector = made<Switch>({{"NumberOfInputs", "2"}, {"Position", "-1"}});
+    selector->setMaxBlockSize(2);
+    std::vector<scalar> a = {1.0f, 2.0f};
+    selector->process({a.data(), a.data()}, 2);
+    EXPECT_EQ(std::vector<scalar>(selector->getOutput(0), selector->getOutput(0) + 2),
+              std::vector<scalar>(2, 0.0f));
+    EXPECT_EQ((*selector->iteration(values({5.0f, 6.0f}), 0, 0))[0], 0.0f);
+}
+
 TEST(Mixer, SumsWeightedInputs) {
     auto mixer = made<Mixer>({{"Faders", "0.5|0.5"}});
     mixer->setMaxBlockSize(2);
@@ -72,6 +83,8 @@ TEST(Mixer, RefusesBadFaders) {
     auto mixer = made<Mixer>({{"Faders", "0.5|0.5"}});
     EXPECT_EQ(messageOf([&] { mixer->propertyChanged("2", 0.1f); }), "Mixer: Invalid fader index 2");
     EXPECT_EQ(messageOf([&] { mixer->propertyChanged("x", 0.1f); }), "Mixer: Invalid fader index x");
+    EXPECT_EQ(messageOf([&] { mixer->propertiesChanged({}); }),
+              "propertiesChanged is not supported. Element: e");
 }
 
 TEST(Relaxation, BlendsTowardsTheInputAndExtrapolates) {
