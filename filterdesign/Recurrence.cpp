@@ -35,12 +35,15 @@ std::vector<double> realParts(const std::vector<Complex>& coefficients) {
     return real;
 }
 
-Complex evaluate(const std::vector<double>& c, Complex z) {
-    Complex sum = 0.0;
-    for (auto k = c.rbegin(); k != c.rend(); ++k) {
-        sum = sum * z + *k;
+/// |Π(z − root)|, the value of the monic polynomial from its roots. Near a cluster of roots
+/// (a high order at a low corner puts them all close to z = 1) the expanded coefficients
+/// cancel to nothing, while the product keeps full relative precision.
+double distanceProduct(const std::vector<Complex>& roots, Complex z) {
+    double product = 1.0;
+    for (const auto& root : roots) {
+        product *= std::abs(z - root);
     }
-    return sum;
+    return product;
 }
 
 } // namespace
@@ -51,7 +54,8 @@ Recurrence expand(const PoleZeroSet& zPlane, Complex unityPoint) {
     if (top.size() > bottom.size()) {
         throw NodaraException("too many zeros");
     }
-    const double gain = std::abs(evaluate(top, unityPoint) / evaluate(bottom, unityPoint));
+    const double gain =
+        distanceProduct(zPlane.zeros, unityPoint) / distanceProduct(zPlane.poles, unityPoint);
     // Dividing top and bottom by z^N (N poles, bottom monic) turns the coefficient of z^(N−i)
     // into that of x[n−i] and of y[n−i]; a top of lower degree starts b with zeros.
     const std::size_t n = bottom.size() - 1;
