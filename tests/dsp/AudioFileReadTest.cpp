@@ -188,6 +188,8 @@ TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
          typeid(NodaraException), "Cannot find file with name: /nonexistent/cabinet.wav"},
         {"empty file", [&] { nodara::FileReader{emptyPath}; }, typeid(NodaraException),
          "FileReader: Empty file " + emptyPath},
+        {"a directory is no file", [] { nodara::FileReader("/tmp"); }, typeid(NodaraException),
+         "Cannot find file with name: /tmp"},
         {"unknown resource", [] { nodara::DllResourceReader("nothing", "WAVE"); },
          typeid(NodaraException), "Could not locate Resource File"},
         {"names are case-sensitive", [] { nodara::DllResourceReader("Cabinet-case", "WAVE"); },
