@@ -2,13 +2,17 @@
 
 #include "runtime/Exceptions.h"
 
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace nodara {
 
 FileReader::FileReader(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
-    if (!file) {
+    // A directory opens here like a file, and then claims an absurd length.
+    std::error_code ignored;
+    if (!file || std::filesystem::is_directory(name, ignored)) {
         throw NodaraException("Cannot find file with name: " + name);
     }
     file.seekg(0, std::ios::end);

@@ -7,6 +7,7 @@
 #include "dsp/ResponseResampler.h"
 #include "runtime/Exceptions.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace nodara {
@@ -34,15 +35,28 @@ struct Decoded {
     scalar rate;
 };
 
-/// The first channel of the WAV data held in `bytes`.
+/// Samples, over all channels, read from a file at a time.
+constexpr size_t samplesPerRead = 65536;
+
+/// The first channel of the WAV data held in `bytes`. Read a piece at a time, so that a
+/// damaged header that claims more data than the file holds fails where the data end, having
+/// allocated no more than the file's size. An empty data chunk fails in the reader.
 Decoded decodeWav(const char* bytes, size_t size, const std::string& name) {
     stk::AudioFileRead file(openByteStream(bytes, size), name);
-    stk::StkFrames frames(file.fileSize(), file.channels());
-    file.read(frames);
-    Decoded decoded{std::vector<scalar>(frames.frames()), static_cast<scalar>(file.fileRate())};
-    for (size_t frame = 0; frame < frames.frames(); ++frame) {
-        decoded.samples[frame] = frames(frame, 0);
-    }
+    const size_t total = file.fileSize();
+    const size_t framesPerRead = std::max<size_t>(1, samplesPerRead / std::max(1u, file.channels()));
+    Decoded decoded{{}, static_cast<scalar>(file.fileRate())};
+    decoded.samples.reserve(std::min(total, size));
+    stk::StkFrames frames;
+    size_t start = 0;
+    do {
+        frames.resize(std::min(framesPerRead, total - start), file.channels());
+        file.read(frames, start);
+        for (size_t frame = 0; frame < frames.frames(); ++frame) {
+            decoded.samples.push_back(frames(frame, 0));
+        }
+        start += frames.frames();
+    } while (start < total);
     return decoded;
 }
 

@@ -27,10 +27,12 @@ std::vector<Complex> butterworthPoles(int32 n) {
 /// y = asinh(1/ε)/n, real parts scale by sinh(y), imaginary parts by cosh(y). The gain then
 /// ripples between 1 and 1/√(1 + ε²) up to the corner.
 std::vector<Complex> chebyshevPoles(int32 n, double ripple) {
-    if (!(ripple < 0.0)) {
+    // A ripple so close to 0 that ε² rounds to 0 counts as 0: its poles would be infinite.
+    const double epsilonSquared = std::pow(10.0, -ripple / 10.0) - 1.0;
+    if (!(ripple < 0.0) || !(epsilonSquared > 0.0)) {
         throw NodaraException("Chebyshev ripple must be < 0");
     }
-    const double epsilon = std::sqrt(std::pow(10.0, -ripple / 10.0) - 1.0);
+    const double epsilon = std::sqrt(epsilonSquared);
     const double y = std::asinh(1.0 / epsilon) / n;
     if (!(y > 0.0)) {
         throw NodaraException("Chebyshev y must be > 0");

@@ -149,6 +149,21 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
     const auto initWith = [](Properties properties) {
         return [properties] { WaveConvolver().init("cab", properties, noContext); };
     };
+    // Its data chunk claims 16 MB; the file ends after two reads' worth of 8-bit samples.
+    const std::string cutPath =
+        (std::filesystem::temp_directory_path() / "cabinet-cut.wav").string();
+    std::ofstream(cutPath, std::ios::binary)
+        << wavbytes::riff(wavbytes::fmtChunk(1, 1, 48000, 8) + "data" + wavbytes::le32(1u << 24) +
+                          std::string(100000, '\x90'));
+    const auto loadFile = [](const std::string& path) {
+        return [path] {
+            WaveConvolver fromFile;
+            fromFile.init("cab", {{"Location", "File"}, {"ImpulseResponses", path}, {"MaxIRSize", "8"}},
+                          noContext);
+            fromFile.setMaxBlockSize(64);
+            fromFile.setSampleRate(48000.0f);
+        };
+    };
     auto cabinet = makeCabinet({}, {0.5f});
     const Case cases[] = {
         {"no ImpulseResponses", initWith({{"Location", "Memory"}, {"MaxIRSize", "8"}}),
@@ -178,22 +193,33 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
          "WaveConvolver: endIteration is not supported."},
         {"in place", [&] { cabinet->process(nullptr, 4); }, typeid(OperationNotSupportedException),
          ""},
+        {"data chunk longer than the file", loadFile(cutPath), typeid(NodaraException),
+         "AudioFileRead" + cutPath + "Error while trying to read from the stream."},
     };
     for (const Case& c : cases) {
         failurecheck::expectFailure(c);
     }
+    std::filesystem::remove(cutPath);
 }
 
-// A document names an embedded response or a file; one at another rate is resampled.
+// A document names an embedded response or a file; one at another rate is resampled. A file
+// is read in pieces: a long stereo one gives its whole first channel.
 TEST(WaveConvolverTest, DocumentsNameEmbeddedAndFileResponses) {
-    const Samples a = noise(300, 6), h = noise(813, 7);
+    const Samples a = noise(300, 6), h = noise(813, 7), left = noise(40000, 8);
     static const std::string bytes = wavbytes::floatWav(a, 44100);
     EmbeddedResources::add("cabinet-ir", "IR", bytes.data(), bytes.size());
     const auto path = std::filesystem::temp_directory_path() / "cabinet-driver-ir.wav";
     std::ofstream(path, std::ios::binary) << wavbytes::floatWav(h, 48000);
+    Samples interleaved;
+    for (float sample : left) {
+        interleaved.insert(interleaved.end(), {sample, 0.5f});
+    }
+    const auto stereoPath = std::filesystem::temp_directory_path() / "cabinet-driver-stereo.wav";
+    std::ofstream(stereoPath, std::ios::binary) << wavbytes::riff(
+        wavbytes::fmtChunk(3, 2, 48000, 32) + wavbytes::chunk("data", wavbytes::floatData(interleaved)));
     const auto cabinet = [](const std::string& properties, float rate) -> Samples {
         const auto element = nodara::testing::element("WaveConvolver", "S",
-                                                      properties + " MaxIRSize=\"8192\"", "Graph");
+                                                      properties + " MaxIRSize=\"65536\"", "Graph");
         auto driver = driverFor(oneGraphSystem(element, "S"), 64, rate);
         auto* made = driver->getGraph("G")->getContext()->getElement("S");
         return responseOf(dynamic_cast<WaveConvolver&>(*made));
@@ -203,5 +229,8 @@ TEST(WaveConvolverTest, DocumentsNameEmbeddedAndFileResponses) {
     EXPECT_EQ(cabinet(embedded, 44100.0f), a);
     EXPECT_EQ(cabinet(embedded, 48000.0f), resampleResponse(a, 44100.0, 48000.0));
     EXPECT_EQ(cabinet("Location=\"File\" ImpulseResponses=\"" + path.string() + "\"", 48000.0f), h);
+    EXPECT_EQ(cabinet("Location=\"File\" ImpulseResponses=\"" + stereoPath.string() + "\"", 48000.0f),
+              left);
     std::filesystem::remove(path);
+    std::filesystem::remove(stereoPath);
 }

@@ -60,6 +60,7 @@ TEST(IirDesign, DesignRejectsBadRequestsWithTheirMessages) {
         {2, 0.0, -1.0, {{Options::LowPass, false}, {Options::AllPass, true}},
          "allpass characteristic avaialable only with 2-pole resonator"},
         {2, 0.0, -4000.0, {}, "Chebyshev y must be > 0"},
+        {2, 0.0, -1e-20, {}, "Chebyshev ripple must be < 0"},
         {2, 0.5, -1.0, {{Options::LowPass, false}, {Options::BandPass, true}},
          "IirDesignContext: fc2 must be (0, 0.5)."},
         {2, 0.1, -1.0, {{Options::LowPass, false}, {Options::BandStop, true}},

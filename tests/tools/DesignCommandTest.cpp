@@ -23,14 +23,28 @@ TEST(DesignCommand, PrintsTheDesignAsDocumentProperties) {
     EXPECT_EQ(b, *context.getB());
 }
 
-// A usage error adds a hint line after its message.
+// A design error, from the constructor's checks or from the design, is its message alone with
+// exit 1; a usage error exits 2 and adds a hint line after its message.
 TEST(DesignCommand, DesignErrorsPrintTheMessageAndUsageErrorsExitTwo) {
-    const ToolResult design = torvane("design --family butterworth --order 11 --fc 0.25");
-    EXPECT_EQ(design.exitCode, 1);
-    EXPECT_EQ(design.firstErrorLine(), "filter order out of range");
-    const ToolResult usage = torvane("design --family bessel --fc 0.1");
-    EXPECT_EQ(usage.exitCode, 2);
-    EXPECT_EQ(usage.firstErrorLine(), "torvane design: --family, --order and --fc are needed");
+    const struct {
+        const char* arguments;
+        int exitCode;
+        const char* firstLine;
+    } cases[] = {
+        {"--family butterworth --order 11 --fc 0.25", 1, "filter order out of range"},
+        {"--family butterworth --order 0 --fc 0.25", 1, "DesignContext: Invalid filter order: 0"},
+        {"--family bessel --order 2 --fc 0.5", 1, "IirDesignContext: fc1 must be (0, 0.5)."},
+        {"--family chebyshev --order 2 --fc 0.2", 1,
+         "IirDesignContext: ripple must be less than zero."},
+        {"--family butterworth --order 2 --fc 0.2 --band bandpass --fc2 0.1", 1,
+         "IirDesignContext: fc2 must be above fc1."},
+        {"--family bessel --fc 0.1", 2, "torvane design: --family, --order and --fc are needed"},
+    };
+    for (const auto& c : cases) {
+        const ToolResult result = torvane(std::string("design ") + c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_EQ(result.firstErrorLine(), c.firstLine) << c.arguments;
+    }
 }
 
 } // namespace
