@@ -17,6 +17,78 @@ int32 positionOf(const std::vector<std::string>& names, const std::string& name)
     return found == names.end() ? -1 : static_cast<int32>(found - names.begin());
 }
 
+/// One Input of an element: its slot gets the source element (-1 for the graph's own inputs)
+/// and the output of that source.
+void readWire(const pugi::xml_node& wire, ElementMeta& meta, const std::vector<Filter*>& filters,
+              const std::vector<std::string>& names, std::vector<int32>& elementSlots,
+              std::vector<int32>& portSlots) {
+    auto port = wire.attribute("Port");
+    if (!port) {
+        throw NodaraException("Input without a Port name.");
+    }
+    const auto slot = static_cast<size_t>(meta.getInputIndex(port.value()));
+    auto source = wire.attribute("Element");
+    if (!source) {
+        throw NodaraException("Input without an Element name.");
+    }
+    const std::string sourceName = source.value();
+    int32 sourceIndex = -1;
+    if (sourceName != "Graph") {
+        sourceIndex = positionOf(names, sourceName);
+        if (sourceIndex < 0) {
+            throw NodaraException("Cannot find input filter with name " + sourceName);
+        }
+    }
+    auto output = wire.attribute("Output");
+    if (!output) {
+        throw NodaraException("Input without an Output port.");
+    }
+    elementSlots[slot] = sourceIndex;
+    portSlots[slot] = sourceIndex == -1 ? std::atoi(output.value())
+                                        : filters[static_cast<size_t>(sourceIndex)]
+                                              ->getMeta()
+                                              ->getOutputIndex(output.value());
+}
+
+struct GraphOutput {
+    int32 element;
+    int32 index;
+};
+
+/// One output Node of a graph: the element it names and that element's output.
+GraphOutput readOutputNode(const pugi::xml_node& output, const std::vector<Filter*>& filters,
+                           const std::vector<std::string>& names) {
+    auto outputName = output.attribute("Name");
+    if (!outputName) {
+        throw NodaraException("Output Node without a name.");
+    }
+    auto element = output.attribute("Element");
+    if (!element) {
+        throw NodaraException("Output Node without an Element attribute.");
+    }
+    const int32 position = positionOf(names, element.value());
+    if (position < 0) {
+        throw NodaraException(std::string("Cannot find output filter with name ") +
+                              element.value());
+    }
+    auto meta = filters[static_cast<size_t>(position)]->getMeta();
+    int32 index = 0;
+    if (auto port = output.attribute("Port")) {
+        index = meta->getOutputIndex(port.value());
+    } else if (auto indexText = output.attribute("Index")) {
+        index = std::atoi(indexText.value());
+    } else {
+        throw NodaraException("Output Node without a Port or an Index attribute.");
+    }
+    // An index past the element's outputs would be read out of its output list.
+    if (index < 0 || index >= meta->getNumberOfOutputs()) {
+        throw InvalidArgumentException(concat("Output Node ", outputName.value(), ": element ",
+                                              element.value(), " has no output with index ",
+                                              index));
+    }
+    return {position, index};
+}
+
 } // namespace
 
 std::shared_ptr<Graph> DSPGraphParser::parse(const std::string& name, const pugi::xml_node& node) {
@@ -78,34 +150,7 @@ void DSPGraphParser::connect(DSPGraph& graph, const pugi::xml_node& node,
         auto elementSlots = std::make_shared<std::vector<int32>>(slots, -2);
         auto portSlots = std::make_shared<std::vector<int32>>(slots, -1);
         for (const auto& input : inputs) {
-            const pugi::xml_node wire = input.node();
-            auto port = wire.attribute("Port");
-            if (!port) {
-                throw NodaraException("Input without a Port name.");
-            }
-            const auto slot = static_cast<size_t>(meta->getInputIndex(port.value()));
-            auto source = wire.attribute("Element");
-            if (!source) {
-                throw NodaraException("Input without an Element name.");
-            }
-            const std::string sourceName = source.value();
-            int32 sourceIndex = -1;
-            if (sourceName != "Graph") {
-                sourceIndex = positionOf(names, sourceName);
-                if (sourceIndex < 0) {
-                    throw NodaraException("Cannot find input filter with name " + sourceName);
-                }
-            }
-            auto output = wire.attribute("Output");
-            if (!output) {
-                throw NodaraException("Input without an Output port.");
-            }
-            (*elementSlots)[slot] = sourceIndex;
-            (*portSlots)[slot] =
-                sourceIndex == -1
-                    ? std::atoi(output.value())
-                    : filters[static_cast<size_t>(sourceIndex)]->getMeta()->getOutputIndex(
-                          output.value());
+            readWire(input.node(), *meta, filters, names, *elementSlots, *portSlots);
         }
         sources.push_back(elementSlots);
         ports.push_back(portSlots);
@@ -126,146 +171,13 @@ void DSPGraphParser::readOutputs(DSPGraph& graph, const pugi::xml_node& node,
     std::vector<int32> indexes;
     for (const auto& selected : nodes) {
         const pugi::xml_node output = selected.node();
-        auto outputName = output.attribute("Name");
-        if (!outputName) {
-            throw NodaraException("Output Node without a name.");
-        }
-        auto element = output.attribute("Element");
-        if (!element) {
-            throw NodaraException("Output Node without an Element attribute.");
-        }
-        const int32 position = positionOf(names, element.value());
-        if (position < 0) {
-            throw NodaraException(std::string("Cannot find output filter with name ") +
-                                  element.value());
-        }
-        auto meta = filters[static_cast<size_t>(position)]->getMeta();
-        int32 index = 0;
-        if (auto port = output.attribute("Port")) {
-            index = meta->getOutputIndex(port.value());
-        } else if (auto indexText = output.attribute("Index")) {
-            index = std::atoi(indexText.value());
-        } else {
-            throw NodaraException("Output Node without a Port or an Index attribute.");
-        }
-        // An index past the element's outputs would be read out of its output list.
-        if (index < 0 || index >= meta->getNumberOfOutputs()) {
-            throw InvalidArgumentException(concat("Output Node ", outputName.value(),
-                                                  ": element ", element.value(),
-                                                  " has no output with index ", index));
-        }
-        outputNames->push_back(outputName.value());
-        elements.push_back(position);
-        indexes.push_back(index);
+        const GraphOutput read = readOutputNode(output, filters, names);
+        outputNames->push_back(output.attribute("Name").value());
+        elements.push_back(read.element);
+        indexes.push_back(read.index);
     }
     graph.setOutputs(std::move(elements), std::move(indexes));
     owner->addOutputNames(outputNames);
-}
-
-namespace {
-
-/// Component types of circuit graphs.
-bool isComponentType(const std::string& type) {
-    static const char* const types[] = {
-        "Battery",  "VoltageInputSource", "Resistor",      "Capacitor", "Potentiometer",
-        "IdealAmplifier", "IdealDifferentialAmplifier", "OpAmp", "LookupTableAmp", "Triode",
-        "Pentode"};
-    return std::find(std::begin(types), std::end(types), type) != std::end(types);
-}
-
-bool isSolverType(const std::string& type) {
-    return type == "NewtonRaphson" || type == "Linear" || type == "SuccessiveApproximations" ||
-           type == "SimplifiedNewton";
-}
-
-/// A solver child of `parent`; `role` heads the messages of a missing solver or type.
-void checkSolver(const pugi::xml_node& parent, const std::string& role) {
-    const pugi::xml_node solver = parent.child("Solver");
-    if (!solver) {
-        throw NodaraException(role + " Solver is not defined.");
-    }
-    const pugi::xml_attribute type = solver.attribute("Type");
-    if (!type) {
-        throw NodaraException(role + " Solver type is not defined.");
-    }
-    if (!isSolverType(type.value())) {
-        throw NodaraException(std::string("Unknown solver type: ") + type.value());
-    }
-    // The same words for the solver of the analysis too.
-    if (std::string(type.value()) != "Linear" && !solver.select_node("./Properties")) {
-        throw NodaraException("InitilaCondition Solver's properties are not defined.");
-    }
-}
-
-void checkAnalysis(const std::string& name, const pugi::xml_node& node) {
-    const pugi::xml_node analysis = node.child("Analysis");
-    if (!analysis) {
-        throw NodaraException("Analysis node is missing in the graph " + name);
-    }
-    const pugi::xml_attribute type = analysis.attribute("Type");
-    if (!type) {
-        throw NodaraException("Analysis Type attribute is missing in the graph " + name);
-    }
-    const std::string analysisType = type.value();
-    if (analysisType != "DC" && analysisType != "AC") {
-        throw NodaraException("Invalid analysis Type attribute " + analysisType +
-                              " in the graph " + name);
-    }
-    if (analysisType == "AC") {
-        const pugi::xml_node initial = analysis.child("InitialCondition");
-        if (!initial) {
-            throw NodaraException("InitialCondition node is missing in the graph " + name);
-        }
-        const pugi::xml_attribute initialType = initial.attribute("Type");
-        if (!initialType) {
-            throw NodaraException("InitialCondition Type attribute is missing in the graph " +
-                                  name);
-        }
-        const std::string condition = initialType.value();
-        if (condition != "Zero" && condition != "User" && condition != "OperatingPoint") {
-            throw NodaraException("Invalid InitialCondition Type attribute " + condition +
-                                  " in the graph " + name);
-        }
-        if (condition == "OperatingPoint") {
-            checkSolver(initial, "InitialCondition");
-        }
-    }
-    checkSolver(analysis, "Analysis");
-}
-
-} // namespace
-
-// The circuit engine is not part of this build. A circuit graph is still read as far as it
-// can be without building components, so that a faulty one is reported by its fault.
-std::shared_ptr<Graph> CircuitParser::parse(const std::string& name, const pugi::xml_node& node) {
-    auto elements = node.select_nodes("Element");
-    if (elements.empty()) {
-        throw NodaraException("No elements in graph " + name);
-    }
-    for (const auto& selected : elements) {
-        const pugi::xml_node element = selected.node();
-        const std::string type = element.attribute("Type").value();
-        if (!isComponentType(type)) {
-            throw NodaraException("Unknown element type: " + type);
-        }
-        const std::string elementName = element.attribute("Name").value();
-        if (elementName.empty()) {
-            throw NodaraException("Element name is not specified in graph " + name);
-        }
-        auto terminals = element.select_nodes("./Node");
-        if (terminals.empty()) {
-            throw NodaraException("Element: " + elementName + ". No Nodes specified.");
-        }
-        for (const auto& terminal : terminals) {
-            if (std::string(terminal.node().attribute("Name").value()).empty()) {
-                throw NodaraException("Element: " + elementName + ". Node without a name.");
-            }
-        }
-    }
-    checkAnalysis(name, node);
-    throw NodaraException("CircuitParser: graphs of Type \"MNA\" (circuit simulation) are not "
-                          "available in this build. Graph: " +
-                          name);
 }
 
 } // namespace nodara

@@ -27,14 +27,4 @@ private:
     NewParser* owner;
 };
 
-/// Fills one graph of Type "MNA".
-class CircuitParser {
-public:
-    explicit CircuitParser(NewParser* owner) : owner(owner) {}
-    std::shared_ptr<Graph> parse(const std::string& name, const pugi::xml_node& node);
-
-private:
-    NewParser* owner;
-};
-
 } // namespace nodara

@@ -1,6 +1,7 @@
 #include "description/NewParser.h"
 
 #include "description/DSPElementFactory.h"
+#include "description/CircuitParser.h"
 #include "description/DSPGraphParser.h"
 #include "runtime/Exceptions.h"
 #include "runtime/Property.h"

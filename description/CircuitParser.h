@@ -1,0 +1,24 @@
+#pragma once
+
+#include "runtime/Graph.h"
+
+#include <pugixml.hpp>
+
+#include <memory>
+#include <string>
+
+namespace nodara {
+
+class NewParser;
+
+/// Fills one graph of Type "MNA".
+class CircuitParser {
+public:
+    explicit CircuitParser(NewParser* owner) : owner(owner) {}
+    std::shared_ptr<Graph> parse(const std::string& name, const pugi::xml_node& node);
+
+private:
+    NewParser* owner;
+};
+
+} // namespace nodara
