@@ -224,31 +224,34 @@ std::shared_ptr<Control> NewParser::parseControl(const pugi::xml_node& node) {
     }
     auto targets = std::make_shared<std::vector<std::shared_ptr<Property>>>();
     for (const auto& selected : propertiesNode.node().select_nodes("./Property")) {
-        const pugi::xml_node propertyNode = selected.node();
-        auto property = std::make_shared<Property>();
-        auto propertyName = propertyNode.attribute("Name");
-        if (!propertyName) {
-            throw NodaraException("Property without a name.");
-        }
-        property->name = propertyName.value();
-        auto graph = propertyNode.attribute("Graph");
-        if (!graph) {
-            throw NodaraException("Property without a graph. Property name: " + property->name);
-        }
-        property->graphName = graph.value();
-        property->elementName = propertyNode.attribute("Element").value();
-        if (auto type = propertyNode.attribute("Type")) {
-            const std::string typeText = type.value();
-            if (typeText == "Vector") {
-                property->type = Property::VectorType;
-            } else if (typeText != "Scalar") {
-                throw NodaraException("Unknown property type " + typeText);
-            }
-        }
-        targets->push_back(property);
+        targets->push_back(parseControlTarget(selected.node()));
     }
     control->setProperties(targets);
     return control;
+}
+
+std::shared_ptr<Property> NewParser::parseControlTarget(const pugi::xml_node& node) {
+    auto property = std::make_shared<Property>();
+    auto propertyName = node.attribute("Name");
+    if (!propertyName) {
+        throw NodaraException("Property without a name.");
+    }
+    property->name = propertyName.value();
+    auto graph = node.attribute("Graph");
+    if (!graph) {
+        throw NodaraException("Property without a graph. Property name: " + property->name);
+    }
+    property->graphName = graph.value();
+    property->elementName = node.attribute("Element").value();
+    if (auto type = node.attribute("Type")) {
+        const std::string typeText = type.value();
+        if (typeText == "Vector") {
+            property->type = Property::VectorType;
+        } else if (typeText != "Scalar") {
+            throw NodaraException("Unknown property type " + typeText);
+        }
+    }
+    return property;
 }
 
 } // namespace nodara

@@ -53,6 +53,7 @@ private:
     void parseSystemOutputs(const pugi::xml_document& document);
     void parseControls(const pugi::xml_node& controlsNode);
     std::shared_ptr<Control> parseControl(const pugi::xml_node& node);
+    std::shared_ptr<Property> parseControlTarget(const pugi::xml_node& node);
 
     std::unique_ptr<DSPGraphParser> dspGraphParser;
     std::unique_ptr<CircuitParser> circuitParser;

@@ -356,50 +356,62 @@ void DSPGraph::iterateFrame(const std::vector<scalar*>& inputs, size_t frame) {
     const auto& filters = context->getFilters();
     std::fill(lastResults.begin(), lastResults.end(), 0.0f);
     int32 iteration = 0;
-    scalar errorRelative = absoluteTollerance + 1.0f;
-    scalar errorAbsolute = absoluteTollerance + 1.0f;
-    auto& values = *iterationInputs;
-    while ((errorRelative > 0.0f || errorAbsolute > absoluteTollerance) &&
+    IterationChange change{absoluteTollerance + 1.0f, absoluteTollerance + 1.0f};
+    while ((change.relative > 0.0f || change.absolute > absoluteTollerance) &&
            iteration < maxIterations) {
         for (int32 f : order) {
-            const auto& sources = inputElements[static_cast<size_t>(f)];
-            const auto& sourceOutputs = inputOutputs[static_cast<size_t>(f)];
-            const auto ports = static_cast<size_t>(portCounts[static_cast<size_t>(f)]);
-            for (size_t port = 0; port < ports; ++port) {
-                scalar value = 0.0f;
-                if (sources && port < sources->size()) {
-                    const int32 source = (*sources)[port];
-                    const int32 output = (*sourceOutputs)[port];
-                    if (output != -1 && source == -1) {
-                        const scalar* input = inputs[static_cast<size_t>(output)];
-                        value = input ? input[frame] : 0.0f;
-                    } else if (output != -1 && source >= 0) {
-                        value = (*filters[static_cast<size_t>(source)]
-                                      ->getLastIterationResults())[static_cast<size_t>(output)];
-                    }
-                }
-                values[port] = value;
-            }
+            gatherIterationInputs(static_cast<size_t>(f), inputs, frame);
             filters[static_cast<size_t>(f)]->iteration(iterationInputs, frame, iteration);
         }
-        errorRelative = -1.0f;
-        errorAbsolute = -1.0f;
-        for (size_t i = 0; i < results.size(); ++i) {
-            results[i] = (*filters[static_cast<size_t>(outputElements[i])]
-                               ->getLastIterationResults())[static_cast<size_t>(outputIndices[i])];
-            if (iteration == 0) {
-                errorRelative = 1.0f;
-                errorAbsolute = absoluteTollerance + 1.0f;
-            } else {
-                const scalar difference = std::fabs(results[i] - lastResults[i]);
-                errorAbsolute = std::max(errorAbsolute, difference);
-                errorRelative = std::max(errorRelative,
-                                         difference - relativeTollerance * std::fabs(results[i]));
-            }
-        }
-        lastResults = results;
+        change = collectIterationResults(iteration);
         ++iteration;
     }
+}
+
+// The values element f reads in this pass: the frame of a graph input, the latest result of
+// another element, or silence for an unwired port.
+void DSPGraph::gatherIterationInputs(size_t f, const std::vector<scalar*>& inputs, size_t frame) {
+    const auto& filters = context->getFilters();
+    const auto& sources = inputElements[f];
+    const auto& sourceOutputs = inputOutputs[f];
+    auto& values = *iterationInputs;
+    const auto ports = static_cast<size_t>(portCounts[f]);
+    for (size_t port = 0; port < ports; ++port) {
+        scalar value = 0.0f;
+        if (sources && port < sources->size()) {
+            const int32 source = (*sources)[port];
+            const int32 output = (*sourceOutputs)[port];
+            if (output != -1 && source == -1) {
+                const scalar* input = inputs[static_cast<size_t>(output)];
+                value = input ? input[frame] : 0.0f;
+            } else if (output != -1 && source >= 0) {
+                value = (*filters[static_cast<size_t>(source)]
+                              ->getLastIterationResults())[static_cast<size_t>(output)];
+            }
+        }
+        values[port] = value;
+    }
+}
+
+// Reads the graph's outputs after a pass and measures how far they moved since the last one;
+// the first pass counts as not settled.
+DSPGraph::IterationChange DSPGraph::collectIterationResults(int32 iteration) {
+    const auto& filters = context->getFilters();
+    IterationChange change{-1.0f, -1.0f};
+    for (size_t i = 0; i < results.size(); ++i) {
+        results[i] = (*filters[static_cast<size_t>(outputElements[i])]
+                           ->getLastIterationResults())[static_cast<size_t>(outputIndices[i])];
+        if (iteration == 0) {
+            change = {1.0f, absoluteTollerance + 1.0f};
+        } else {
+            const scalar difference = std::fabs(results[i] - lastResults[i]);
+            change.absolute = std::max(change.absolute, difference);
+            change.relative =
+                std::max(change.relative, difference - relativeTollerance * std::fabs(results[i]));
+        }
+    }
+    lastResults = results;
+    return change;
 }
 
 void DSPGraph::runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,

@@ -60,7 +60,13 @@ private:
                        size_t frames);
     void runIterative(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
                       size_t frames);
+    struct IterationChange {
+        scalar relative;
+        scalar absolute;
+    };
     void iterateFrame(const std::vector<scalar*>& inputs, size_t frame);
+    void gatherIterationInputs(size_t f, const std::vector<scalar*>& inputs, size_t frame);
+    IterationChange collectIterationResults(int32 iteration);
     void runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
     void runOff(std::vector<scalar*>& out, size_t frames);
 

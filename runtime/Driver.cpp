@@ -71,7 +71,21 @@ void Driver::init(std::istream& document) {
         }
     }
     parser.parse(text.str());
+    takeGraphs(parser);
+    computeOrder();
+    sizeBuffers();
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        (*graphs)[g]->init();
+        if (maxBlockSize > 0) {
+            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
+        }
+    }
+    controls = parser.getControls();
+    bindProperties();
+    initialized = true;
+}
 
+void Driver::takeGraphs(NewParser& parser) {
     graphs = parser.getGraphs();
     for (const auto& graph : *graphs) {
         graph->getContext()->setDriver(shared_from_this());
@@ -81,8 +95,10 @@ void Driver::init(std::istream& document) {
     inputNodes = parser.getInputNodes();
     outputGraphs = parser.getOutputGraphs();
     outputNodes = parser.getOutputNodes();
-    computeOrder();
+}
 
+// The input list is as wide as the widest graph, by its declared inputs or by its wires.
+void Driver::sizeBuffers() {
     size_t widest = 0;
     for (size_t g = 0; g < graphs->size(); ++g) {
         widest = std::max(widest, static_cast<size_t>((*graphs)[g]->getNumberOfInputs()));
@@ -94,16 +110,6 @@ void Driver::init(std::istream& document) {
     multipliers.assign(graphs->size(), 1.0);
     updateMultipliers();
     outputs->assign(outputGraphs ? outputGraphs->size() : 0, nullptr);
-
-    for (size_t g = 0; g < graphs->size(); ++g) {
-        (*graphs)[g]->init();
-        if (maxBlockSize > 0) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
-        }
-    }
-    controls = parser.getControls();
-    bindProperties();
-    initialized = true;
 }
 
 // One vertex per graph and one edge per distinct source graph; sources come first.

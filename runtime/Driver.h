@@ -14,6 +14,8 @@
 
 namespace nodara {
 
+class NewParser;
+
 class DSPElementFactory;
 class PluginDSPElementFactory;
 
@@ -70,7 +72,9 @@ public:
     int32 blockSizeFor(size_t graph, int32 frames) const;
 
 private:
+    void takeGraphs(NewParser& parser);
     void computeOrder();
+    void sizeBuffers();
     void updateMultipliers();
     void bindProperties();
     void applyControls();
