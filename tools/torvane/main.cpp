@@ -5,6 +5,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <new>
 
 namespace {
 
@@ -207,6 +208,11 @@ int main(int argc, char** argv) {
         return 2;
     } catch (const nodara::NodaraException& error) {
         std::cerr << error.getMessage() << "\n";
+        return 1;
+    } catch (const std::bad_alloc&) {
+        std::cerr << "torvane " << name
+                  << ": out of memory; the document asks for more than this machine has "
+                     "(look at counts such as Cascade, Order, NumberOfInputs or MaxIRSize)\n";
         return 1;
     } catch (const std::exception& error) {
         std::cerr << "torvane " << name << ": " << error.what() << "\n";
