@@ -50,35 +50,39 @@ void TorvaneVST2Effect::open() { changed = true; }
 void TorvaneVST2Effect::suspend() { driver->setSuspended(true); }
 
 void TorvaneVST2Effect::resume() {
-    driver->setSuspended(false);
+    if (!rateFailed && !blockSizeFailed) {
+        driver->setSuspended(false);
+    }
     changed = true;
 }
 
 // Hosts change the rate and the block size while the effect is suspended. One that does not
 // gets the change between two blocks: a block that comes during it is refused (silence), where
-// it would otherwise run on buffers and responses being replaced.
+// it would otherwise run on buffers and responses being replaced. A change that fails leaves
+// the driver suspended, so blocks are silence until a later change of that setting succeeds.
 template <class Change>
-void TorvaneVST2Effect::betweenBlocks(Change change) {
+void TorvaneVST2Effect::betweenBlocks(std::atomic<bool>& failed, Change change) {
     const bool wasSuspended = driver->isSuspended();
     driver->setSuspended(true);
     try {
         change();
     } catch (...) {
-        driver->setSuspended(wasSuspended);
+        failed = true;
         throw;
     }
-    driver->setSuspended(wasSuspended);
+    failed = false;
+    driver->setSuspended(wasSuspended || rateFailed || blockSizeFailed);
 }
 
 void TorvaneVST2Effect::setSampleRate(float rate) {
     AudioEffectX::setSampleRate(rate);
-    betweenBlocks([&] { driver->setSampleRate(rate); });
+    betweenBlocks(rateFailed, [&] { driver->setSampleRate(rate); });
     changed = true;
 }
 
 void TorvaneVST2Effect::setBlockSize(vst2::VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
-    betweenBlocks([&] { driver->setMaxBlockSize(frames); });
+    betweenBlocks(blockSizeFailed, [&] { driver->setMaxBlockSize(frames); });
 }
 
 void TorvaneVST2Effect::processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) {

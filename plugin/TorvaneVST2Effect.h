@@ -46,7 +46,7 @@ public:
 
 private:
     template <class Change>
-    void betweenBlocks(Change change);
+    void betweenBlocks(std::atomic<bool>& failed, Change change);
     bool validIndex(vst2::VstInt32 index) const;
     void runBlock(float** inputs, float** outputs, vst2::VstInt32 frames);
 
@@ -55,6 +55,10 @@ private:
     std::atomic<bool> monoBus{false};
     /// The Stereo control is below 0.5.
     std::atomic<bool> monoMode{true};
+    /// A rate or a block size the driver could not take: its graphs may be half changed
+    /// until that setting succeeds.
+    std::atomic<bool> rateFailed{false};
+    std::atomic<bool> blockSizeFailed{false};
     std::shared_ptr<nodara::Driver> driver;
     nodara::Driver::ControlList controls;
     std::vector<nodara::scalar*> driverInputs{nullptr, nullptr};

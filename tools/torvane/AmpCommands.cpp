@@ -7,6 +7,8 @@
 
 #include <cstdio>
 #include <iostream>
+#include <sstream>
+#include <stdexcept>
 
 namespace torvane::cli {
 
@@ -48,6 +50,20 @@ private:
     std::vector<nodara::scalar*> inputs{nullptr, nullptr};
 };
 
+/// Below this rate the oversampling filters (cut at 15 and 20 kHz) cannot be designed and the
+/// amplifier is silent; above the top one the cabinet response alone would take gigabytes.
+constexpr double lowestRate = 20000.0;
+constexpr double highestRate = 768000.0;
+
+void requireAmplifierRate(double rate) {
+    if (rate <= lowestRate || rate > highestRate) {
+        std::ostringstream message;
+        message << "the amplifier runs at sample rates above " << lowestRate << " Hz and up to "
+                << highestRate << " Hz, not " << rate << " Hz";
+        throw std::runtime_error(message.str());
+    }
+}
+
 } // namespace
 
 int ampCommand(Arguments& arguments) {
@@ -58,6 +74,7 @@ int ampCommand(Arguments& arguments) {
         throw UsageError(options.input + " has " + std::to_string(reader.channels()) +
                          " channels; the amplifier takes a mono or a stereo file");
     }
+    requireAmplifierRate(options.rateFor(reader.sampleRate()));
     auto driver = torvane::makeAmplifier();
     AmplifierChannels channels(*driver, reader.channels());
     runFile(*driver, reader, options, reader.channels(),

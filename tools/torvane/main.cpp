@@ -75,7 +75,7 @@ Runs the built-in amplifier, with its tables, cabinet response and the value
 maps of its controls, over an audio file, with the plug-in's channel rules: a
 mono file gives a mono file; a stereo file gives two channels, the second a
 copy of the first while Stereo is below 0.5. Output: 32-bit float WAV at the
-input's rate.
+input's rate. The amplifier runs at rates above 20000 Hz and up to 768000 Hz.
 
 Controls (knob positions from 0 to 1, as a host sends them):
   Gain (0.5)  Feedback (1)  Vol (0.5)  Oversampling (0.5: 0 = 2x, 0.5 = 4x, 1 = 8x)
