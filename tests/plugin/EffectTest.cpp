@@ -29,6 +29,22 @@ TEST(Effect, BlocksBeforeTheBlockSizeOrWhileSuspendedThrowTheDriversMessage) {
     EXPECT_NO_THROW(effect->processReplacing(inputs, outputs, 32));
 }
 
+TEST(Effect, ARateItCannotTakeKeepsItSuspendedUntilARateSucceeds) {
+    auto effect = newEffect();
+    std::vector<float> in(32, 0.1f), left(32), right(32);
+    float* inputs[] = {in.data(), in.data()};
+    float* outputs[] = {left.data(), right.data()};
+    EXPECT_ANY_THROW(effect->setSampleRate(-48000.0f));
+    effect->setBlockSize(32);
+    effect->resume();
+    EXPECT_EQ(messageOf([&] { effect->processReplacing(inputs, outputs, 32); }),
+              "Driver: Cannot process. Driver is in the suspend state.")
+        << "the graphs are half changed; a block must not run on them";
+    effect->setSampleRate(48000.0f);
+    effect->resume();
+    EXPECT_NO_THROW(effect->processReplacing(inputs, outputs, 32));
+}
+
 TEST(Effect, StartUpFaultsLeaveWithTheParsersMessage) {
     const std::string document =
         "<System><Graphs><Graph Name=\"G\" Type=\"DSP\"><Element Type=\"Nonsense\" Name=\"x\"/>"
