@@ -36,28 +36,14 @@ TEST(Factory, BuiltInTypesWinOverPluginTypes) {
     EXPECT_EQ(messageOf([&] { factory.create("Other"); }), "Unknown element type: Other");
 }
 
-struct PortCase {
-    std::shared_ptr<ElementMeta> meta;
-    std::string port;
-    std::string message;
-};
-
+// The ports that documents name wrongly are refused by the document table; these are the rest.
 TEST(Metas, RefusedPortNamesGiveTheirMessages) {
     auto selector = std::make_shared<SwitchMeta>();
     selector->setNumberOfInputs(2);
-    const std::vector<PortCase> inputs = {
-        {BasicFilterMeta::instance(), "input", "Invalid input port name: input. Expected \"in\"."},
-        {MixerMeta::instance(), "in_0", "Invalid input port name: in_0. Expected \"in\"."},
-        {DifferentialFilterMeta::instance(), "in",
-         "Invalid input port name: in. Expected \"plus\" or \"minus\"."},
-        {selector, "0",
-         "Invalid input port name: 0. INput port name must start with \"in_\" followed by a number."},
-        {selector, "in_2", "SwitchMeta: Invalid input port in_2, NumberOfInputs=2"},
-        {selector, "in_-1", "SwitchMeta: Invalid input port in_-1, NumberOfInputs=2"},
-    };
-    for (const auto& input : inputs) {
-        EXPECT_EQ(messageOf([&] { input.meta->getInputIndex(input.port); }), input.message);
-    }
+    EXPECT_EQ(messageOf([&] { MixerMeta::instance()->getInputIndex("in_0"); }),
+              "Invalid input port name: in_0. Expected \"in\".");
+    EXPECT_EQ(messageOf([&] { selector->getInputIndex("in_-1"); }),
+              "SwitchMeta: Invalid input port in_-1, NumberOfInputs=2");
     for (const auto& meta : {BasicFilterMeta::instance(), MixerMeta::instance(),
                              DifferentialFilterMeta::instance(),
                              std::shared_ptr<ElementMeta>(selector)}) {
@@ -66,13 +52,6 @@ TEST(Metas, RefusedPortNamesGiveTheirMessages) {
         EXPECT_EQ(meta->getOutputIndex("out"), 0);
         EXPECT_EQ(meta->getNumberOfOutputs(), 1);
     }
-}
-
-TEST(Metas, PortsResolveToTheirIndices) {
-    EXPECT_EQ(DifferentialFilterMeta::instance()->getInputIndex("plus"), 0);
-    EXPECT_EQ(DifferentialFilterMeta::instance()->getInputIndex("minus"), 1);
-    EXPECT_EQ(DifferentialFilterMeta::instance()->getNumberOfInputs(), 2);
-    EXPECT_EQ(MixerMeta::instance()->getNumberOfInputs(), 1);
 }
 
 } // namespace

@@ -64,12 +64,12 @@ TEST(Parser, BuildsGraphsWiresOutputsAndControls) {
 
 TEST(Parser, OptionalPartsMayBeAbsent) {
     NewParser parser;
-    parser.parse(oneGraphSystem(element("Gain", "A", "Gain=\"1\"", "Graph"), "A"));
+    parser.parse(oneGraphSystem(element("Gain", "A", "Gain='1'", "Graph"), "A"));
     EXPECT_EQ(parser.getControls(), nullptr);
 
     NewParser bare;
-    bare.parse("<System><Graphs><Graph Name=\"G\" Type=\"DSP\"><Element Type=\"Gain\" Name=\"A\">"
-               "<Properties Gain=\"1\"/></Element><NumberOfInputs/></Graph></Graphs></System>");
+    bare.parse("<System><Graphs><Graph Name='G' Type='DSP'><Element Type='Gain' Name='A'>"
+               "<Properties Gain='1'/></Element><NumberOfInputs/></Graph></Graphs></System>");
     EXPECT_EQ(bare.getOutputGraphs(), nullptr);
     EXPECT_EQ((*bare.getInputGraphs())[0], nullptr);
     EXPECT_EQ((*bare.getGraphs())[0]->getNumberOfInputs(), 0) << "empty NumberOfInputs is 0";
@@ -77,10 +77,10 @@ TEST(Parser, OptionalPartsMayBeAbsent) {
 
 TEST(Parser, SwitchPortsFollowItsInputCountAndUnwiredPortsAreSilent) {
     const std::string selector =
-        "<Element Type=\"Switch\" Name=\"S\"><Properties NumberOfInputs=\"3\"/><Inputs>"
-        "<Input Port=\"in_2\" Element=\"Twice\" Output=\"out\"/>"
-        "<Input Port=\"in_\" Element=\"Graph\" Output=\"0\"/></Inputs></Element>";
-    auto driver = driverFor(oneGraphSystem(element("Gain", "Twice", "Gain=\"2\"", "Graph") + selector,
+        "<Element Type='Switch' Name='S'><Properties NumberOfInputs='3'/><Inputs>"
+        "<Input Port='in_2' Element='Twice' Output='out'/>"
+        "<Input Port='in_' Element='Graph' Output='0'/></Inputs></Element>";
+    auto driver = driverFor(oneGraphSystem(element("Gain", "Twice", "Gain='2'", "Graph") + selector,
                                            "S", "", controlOf("0", target("Position", "S"))));
     auto& pick = *(*driver->getControls())[0];
     const std::vector<std::vector<scalar>> input = {{1.0f, 2.0f}};
@@ -97,8 +97,8 @@ TEST(Parser, SwitchPortsFollowItsInputCountAndUnwiredPortsAreSilent) {
 }
 
 TEST(Parser, ASourceMayStandLaterInTheGraph) {
-    auto driver = driverFor(oneGraphSystem(element("Gain", "B", "Gain=\"5\"", "A") +
-                                               element("Gain", "A", "Gain=\"2\"", "Graph"),
+    auto driver = driverFor(oneGraphSystem(element("Gain", "B", "Gain='5'", "A") +
+                                               element("Gain", "A", "Gain='2'", "Graph"),
                                            "B"));
     EXPECT_EQ(runBlocks(*driver, {{1.0f, -1.0f}}, 2)[0], (std::vector<scalar>{10.0f, -10.0f}));
 }

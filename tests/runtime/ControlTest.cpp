@@ -53,7 +53,7 @@ TEST(Control, VectorTargetsGetFreshVectorsAndUnknownTypesAreRefused) {
 }
 
 TEST(Control, ValuesWrittenWhileBlocksRunAreNotLost) {
-    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain=\"1\"", "Graph"), "A", "",
+    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain='1'", "Graph"), "A", "",
                                            controlOf("0", target("Gain", "A"))),
                             16);
     auto control = (*driver->getControls())[0];

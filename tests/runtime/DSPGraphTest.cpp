@@ -5,19 +5,19 @@
 namespace nodara::testing {
 namespace {
 
-const std::string chain = element("Gain", "A", "Gain=\"2\"", "Graph") +
-                          element("Gain", "B", "Gain=\"3\"", "A");
+const std::string chain = element("Gain", "A", "Gain='2'", "Graph") +
+                          element("Gain", "B", "Gain='3'", "A");
 // The same chain with B first in the document: a one-sample delay sits on A -> B when the
 // graph runs sample by sample.
-const std::string reversedChain = element("Gain", "B", "Gain=\"3\"", "A") +
-                                  element("Gain", "A", "Gain=\"2\"", "Graph");
+const std::string reversedChain = element("Gain", "B", "Gain='3'", "A") +
+                                  element("Gain", "A", "Gain='2'", "Graph");
 
 std::string method(const std::string& name) {
     if (name == "Iterative") {
-        return "<Properties ProcessingMethod=\"Iterative\" RelativeTollerance=\"1e-6\" "
-               "AbsoluteTollerance=\"1e-6\" MaxIterations=\"10\"/>";
+        return "<Properties ProcessingMethod='Iterative' RelativeTollerance='1e-6' "
+               "AbsoluteTollerance='1e-6' MaxIterations='10'/>";
     }
-    return "<Properties ProcessingMethod=\"" + name + "\"/>";
+    return "<Properties ProcessingMethod='" + name + "'/>";
 }
 
 std::vector<scalar> scaled(const std::vector<scalar>& signal, scalar factor, size_t delay = 0) {
@@ -45,15 +45,15 @@ TEST(DSPGraph, SequentialDocumentOrderDecidesWhereTheDelaySits) {
 }
 
 TEST(DSPGraph, CyclesAreRefusedByBlockAndRunSampleBySample) {
-    const std::string loop = element("Gain", "A", "Gain=\"0.5\"", "B") +
-                             element("Gain", "B", "Gain=\"1\"", "A");
+    const std::string loop = element("Gain", "A", "Gain='0.5'", "B") +
+                             element("Gain", "B", "Gain='1'", "A");
     EXPECT_EQ(initError(oneGraphSystem(loop, "B", method("Block"))), "Filters do not form a DAG.");
     auto driver = driverFor(oneGraphSystem(loop, "B", method("Sequential")), 8);
     EXPECT_EQ(runBlocks(*driver, {testSignal(8)}, 8)[0], std::vector<scalar>(8, 0.0f));
 }
 
 TEST(DSPGraph, UnwiredInputsReadAsSilence) {
-    const std::string unwired = element("Gain", "A", "Gain=\"2\"", "");
+    const std::string unwired = element("Gain", "A", "Gain='2'", "");
     for (const char* name : {"Block", "Iterative"}) {
         auto driver = driverFor(oneGraphSystem(unwired, "A", method(name)), 8);
         EXPECT_EQ(runBlocks(*driver, {testSignal(8)}, 8)[0], std::vector<scalar>(8, 0.0f)) << name;
@@ -63,21 +63,21 @@ TEST(DSPGraph, UnwiredInputsReadAsSilence) {
 TEST(DSPGraph, OffGivesSilenceAndBypassCopiesTheInput) {
     const auto input = testSignal(40);
     for (const char* name : {"Block", "Sequential", "Iterative"}) {
-        auto off = driverFor(oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off=\"true\" ")), 16);
+        auto off = driverFor(oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off='true' ")), 16);
         EXPECT_EQ(runBlocks(*off, {input}, 16)[0], std::vector<scalar>(40, 0.0f)) << name;
         auto bypassed = driverFor(
-            oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off=\"true\" Bypass=\"true\" ")), 16);
+            oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off='true' Bypass='true' ")), 16);
         EXPECT_EQ(runBlocks(*bypassed, {input}, 16)[0], input) << name << ": bypass wins over off";
     }
 }
 
 TEST(DSPGraph, BypassNeedsAsManyInputsAsOutputs) {
     const std::string document =
-        "<System><Graphs><Graph Name=\"G\" Type=\"DSP\"><Properties Bypass=\"true\"/>" + chain +
-        "<Inputs><Input Graph=\"System\" Node=\"0\"/></Inputs><Output>"
-        "<Node Name=\"a\" Element=\"A\" Index=\"0\"/><Node Name=\"b\" Element=\"B\" Index=\"0\"/>"
+        "<System><Graphs><Graph Name='G' Type='DSP'><Properties Bypass='true'/>" + chain +
+        "<Inputs><Input Graph='System' Node='0'/></Inputs><Output>"
+        "<Node Name='a' Element='A' Index='0'/><Node Name='b' Element='B' Index='0'/>"
         "</Output><NumberOfInputs>1</NumberOfInputs></Graph></Graphs>"
-        "<Outputs><Output Graph=\"G\" Node=\"b\"/></Outputs></System>";
+        "<Outputs><Output Graph='G' Node='b'/></Outputs></System>";
     auto driver = driverFor(document, 8);
     for (int block = 0; block < 2; ++block) {
         EXPECT_EQ(messageOf([&] { runBlocks(*driver, {testSignal(8)}, 8); }),
