@@ -8,36 +8,28 @@ namespace {
 
 const std::string twoGraphs = R"(<?xml version="1.0"?>
 <!-- graphs may read from graphs that stand later in the document -->
-<System>
-  <Graphs>
-    <Graph Name="Late reader" Type="DSP">
-      <Element Type="Gain" Name="1"><Properties Gain="2"/>
-        <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-      <Inputs><Input Graph="Source" Node="b"/></Inputs>
-      <Output><Node Name="out" Element="1" Port="out"/></Output>
-      <NumberOfInputs>1</NumberOfInputs>
-    </Graph>
-    <Graph Name="Source" Type="DSP" Multiplier="1.0">
-      <Element Type="Gain" Name="A"><Properties Gain="1"/>
-        <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-      <Element Type="Gain" Name="A2"><Properties Gain="3"/>
-        <Inputs><Input Port="in" Element="A" Output="out"/></Inputs></Element>
-      <Inputs><Input Graph="System" Node="x"/></Inputs>
-      <Output><Node Name="a" Element="A" Index="0"/><Node Name="b" Element="A2" Index="0"/></Output>
-      <NumberOfInputs>1</NumberOfInputs>
-    </Graph>
-  </Graphs>
+<System><Graphs>
+  <Graph Name="Late reader" Type="DSP">
+    <Element Type="Gain" Name="1"><Properties Gain="2"/>
+      <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+    <Inputs><Input Graph="Source" Node="b"/></Inputs>
+    <Output><Node Name="out" Element="1" Port="out"/></Output><NumberOfInputs>1</NumberOfInputs>
+  </Graph>
+  <Graph Name="Source" Type="DSP" Multiplier="1.0">
+    <Element Type="Gain" Name="A"><Properties Gain="1"/>
+      <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
+    <Element Type="Gain" Name="A2"><Properties Gain="3"/>
+      <Inputs><Input Port="in" Element="A" Output="out"/></Inputs></Element>
+    <Inputs><Input Graph="System" Node="x"/></Inputs><NumberOfInputs>1</NumberOfInputs>
+    <Output><Node Name="a" Element="A" Index="0"/><Node Name="b" Element="A2" Index="0"/></Output>
+  </Graph></Graphs>
   <Outputs><Output Graph="Late reader" Node="out"/><Output Graph="System" Node="0"/></Outputs>
-  <Controls>
-    <Control Name="Drive" DisplayName="Drive" Value="0.25">
-      <UIProperties Image="knob.png" ControlType="CAnimKnob" X="10" Y="20" Width="66" Height="66"
-                    NumberOfImages="3" HeightOfOneImage="20.0"/>
-      <Properties>
-        <Property Name="Gain" Graph="Source" Element="A"/>
-        <Property Name="Bypass_1" Graph="Late reader"/>
-      </Properties>
-    </Control>
-  </Controls>
+  <Controls><Control Name="Drive" DisplayName="Drive" Value="0.25">
+    <UIProperties Image="knob.png" ControlType="CAnimKnob" X="10" Y="20" Width="66" Height="66"
+                  NumberOfImages="3" HeightOfOneImage="20.0"/>
+    <Properties><Property Name="Gain" Graph="Source" Element="A"/>
+      <Property Name="Bypass_1" Graph="Late reader"/></Properties>
+  </Control></Controls>
 </System>)";
 
 TEST(Parser, BuildsGraphsWiresOutputsAndControls) {

@@ -12,12 +12,11 @@ const std::string chain = element("Gain", "A", "Gain='2'", "Graph") +
 const std::string reversedChain = element("Gain", "B", "Gain='3'", "A") +
                                   element("Gain", "A", "Gain='2'", "Graph");
 
-std::string method(const std::string& name) {
-    if (name == "Iterative") {
-        return "<Properties ProcessingMethod='Iterative' RelativeTollerance='1e-6' "
-               "AbsoluteTollerance='1e-6' MaxIterations='10'/>";
-    }
-    return "<Properties ProcessingMethod='" + name + "'/>";
+/// Graph properties choosing the processing method `name`, with `more` switches.
+std::string method(const std::string& name, const std::string& more = "") {
+    const char* limits = " RelativeTollerance='1e-6' AbsoluteTollerance='1e-6' MaxIterations='10'";
+    return "<Properties " + more + "ProcessingMethod='" + name + "'" +
+           (name == "Iterative" ? limits : "") + "/>";
 }
 
 std::vector<scalar> scaled(const std::vector<scalar>& signal, scalar factor, size_t delay = 0) {
@@ -63,10 +62,10 @@ TEST(DSPGraph, UnwiredInputsReadAsSilence) {
 TEST(DSPGraph, OffGivesSilenceAndBypassCopiesTheInput) {
     const auto input = testSignal(40);
     for (const char* name : {"Block", "Sequential", "Iterative"}) {
-        auto off = driverFor(oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off='true' ")), 16);
+        auto off = driverFor(oneGraphSystem(chain, "B", method(name, "Off='true' ")), 16);
         EXPECT_EQ(runBlocks(*off, {input}, 16)[0], std::vector<scalar>(40, 0.0f)) << name;
-        auto bypassed = driverFor(
-            oneGraphSystem(chain, "B", method(name).replace(12, 0, "Off='true' Bypass='true' ")), 16);
+        const auto both = method(name, "Off='true' Bypass='true' ");
+        auto bypassed = driverFor(oneGraphSystem(chain, "B", both), 16);
         EXPECT_EQ(runBlocks(*bypassed, {input}, 16)[0], input) << name << ": bypass wins over off";
     }
 }

@@ -6,25 +6,6 @@
 namespace nodara::testing {
 namespace {
 
-/// Graph `name` whose one element R reads node "out" of graph `source`, or system input 0,
-/// and is the graph's output "out".
-std::string graphOf(const std::string& name, const std::string& source,
-                    const std::string& attributes = "", const std::string& type = "Recorder",
-                    const std::string& properties = "") {
-    const std::string input = source == "System" ? "<Input Graph='System' Node='0'/>"
-                                                 : "<Input Graph='" + source + "' Node='out'/>";
-    return "<Graph Name='" + name + "' Type='DSP' " + attributes + ">" +
-           element(type, "R", properties, "Graph") + "<Inputs>" + input + "</Inputs>" +
-           "<Output><Node Name='out' Element='R' Index='0'/></Output>"
-           "<NumberOfInputs>1</NumberOfInputs></Graph>";
-}
-
-std::string systemOf(const std::string& graphs, const std::string& output,
-                     const std::string& rest = "") {
-    return "<System><Graphs>" + graphs + "</Graphs><Outputs><Output Graph='" + output +
-           "' Node='out'/></Outputs>" + rest + "</System>";
-}
-
 /// Up (x2) feeds Down (x0.5) which is the system output; a control switches both graphs.
 std::string rateChain(const std::string& controlTargets) {
     return systemOf(graphOf("Up", "System", "Multiplier='2.0'") +

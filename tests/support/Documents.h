@@ -144,28 +144,39 @@ inline std::string target(const std::string& name, const std::string& element = 
            (element.empty() ? "" : " Element='" + element + "'") + "/>";
 }
 
+/// Graph `name` whose one element R reads node "out" of graph `source`, or system input 0,
+/// and is the graph's output "out".
+inline std::string graphOf(const std::string& name, const std::string& source,
+                           const std::string& attributes = "", const std::string& type = "Recorder",
+                           const std::string& properties = "") {
+    const std::string input = source == "System" ? "<Input Graph='System' Node='0'/>"
+                                                 : "<Input Graph='" + source + "' Node='out'/>";
+    return "<Graph Name='" + name + "' Type='DSP' " + attributes + ">" +
+           element(type, "R", properties, "Graph") + "<Inputs>" + input + "</Inputs>" +
+           "<Output><Node Name='out' Element='R' Index='0'/></Output>"
+           "<NumberOfInputs>1</NumberOfInputs></Graph>";
+}
+
+/// A system of `graphs` whose output is node "out" of graph `output`.
+inline std::string systemOf(const std::string& graphs, const std::string& output,
+                            const std::string& rest = "") {
+    return "<System><Graphs>" + graphs + "</Graphs><Outputs><Output Graph='" + output +
+           "' Node='out'/></Outputs>" + rest + "</System>";
+}
+
 /// Graph "Up" (×2, an interpolator) feeds graph "Down" (×0.5, a decimator), the system output;
 /// the control "Oversampling" sets both factors.
 inline std::string oversampledChain(const std::string& interpolatorType = "Butterworth") {
-    return R"(<System><Graphs>
-      <Graph Name="Up" Type="DSP" Multiplier="2.0">
-        <Element Type="IirInterpolator" Name="I"><Properties CornerFrequency="15000" Factor="2"
-          Order="2" Cascade="4" Type=")" + interpolatorType + R"("/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="System" Node="0"/></Inputs>
-        <Output><Node Name="out" Element="I" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph>
-      <Graph Name="Down" Type="DSP" Multiplier="0.5">
-        <Element Type="IirDecimator" Name="D"><Properties CornerFrequency="20000" Factor="2"
-          Order="2" Cascade="8" Type="Butterworth"/>
-          <Inputs><Input Port="in" Element="Graph" Output="0"/></Inputs></Element>
-        <Inputs><Input Graph="Up" Node="out"/></Inputs>
-        <Output><Node Name="out" Element="D" Index="0"/></Output><NumberOfInputs>1</NumberOfInputs>
-      </Graph></Graphs>
-      <Outputs><Output Graph="Down" Node="out"/></Outputs>
-      <Controls><Control Name="Oversampling" DisplayName="Oversampling" Value="2"><Properties>
-        <Property Name="Factor" Graph="Up" Element="I"/><Property Name="Factor" Graph="Down" Element="D"/>
-      </Properties></Control></Controls></System>)";
+    const std::string stages = "Factor='2' Order='2' CornerFrequency=";
+    return systemOf(
+        graphOf("Up", "System", "Multiplier='2.0'", "IirInterpolator",
+                stages + "'15000' Cascade='4' Type='" + interpolatorType + "'") +
+            graphOf("Down", "Up", "Multiplier='0.5'", "IirDecimator",
+                    stages + "'20000' Cascade='8' Type='Butterworth'"),
+        "Down",
+        "<Controls><Control Name='Oversampling' DisplayName='Oversampling' Value='2'><Properties>"
+        "<Property Name='Factor' Graph='Up' Element='R'/><Property Name='Factor' Graph='Down' "
+        "Element='R'/></Properties></Control></Controls>");
 }
 
 } // namespace nodara::testing
