@@ -7,43 +7,30 @@
 namespace nodara::testing {
 namespace {
 
-Audio riffLike(int channels, size_t frames, int rate = 48000) {
-    Audio audio{channels, rate, {}};
-    for (size_t i = 0; i < frames; ++i) {
-        const double t = static_cast<double>(i) / rate;
-        for (int c = 0; c < channels; ++c) {
-            audio.samples.push_back(static_cast<float>(0.3 * std::sin(2 * M_PI * (110.0 + 55.0 * c) * t) *
-                                                       std::exp(-3.0 * std::fmod(t, 0.5))));
-        }
-    }
-    return audio;
+/// `torvane COMMAND --in IN --out OUT` with more arguments.
+ToolResult inOut(const std::string& command, const std::filesystem::path& in,
+                 const std::filesystem::path& out, const std::string& more = "") {
+    return torvane(command + " --in " + in.string() + " --out " + out.string() + more);
 }
 
 TEST(AmpCommand, AMonoFileGivesAMonoFileOfTheSameLength) {
     const auto out = scratch() / "amp-mono-out.wav";
-    const auto in = written("amp-mono.wav", riffLike(1, 24000));
-    ASSERT_EQ(torvane("amp --in " + in.string() + " --out " + out.string()).exitCode, 0);
-    const Audio mono = readWav(out);
-    EXPECT_EQ(mono.channels, 1);
-    EXPECT_EQ(mono.frames(), 24000u);
+    ASSERT_EQ(inOut("amp", written("amp-mono.wav", tone(1, 24000)), out).exitCode, 0);
+    EXPECT_EQ(readWav(out).channels, 1);
+    EXPECT_EQ(readWav(out).frames(), 24000u);
 }
 
 // Stereo, both qualities and a timed change of the oversampling: the host adds nothing and
 // loses nothing.
 TEST(AmpCommand, MatchesTheSameSettingsRenderedThroughThePlugIn) {
-    const auto input = written("amp-vs-plugin.wav", riffLike(2, 20000));
-    const auto direct = scratch() / "direct.wav";
-    const auto hosted = scratch() / "hosted.wav";
-    ASSERT_EQ(torvane("amp --in " + input.string() + " --out " + direct.string() +
-                      " --set Gain=0.8 --set CPU=1 --set Stereo=1 --set Oversampling=1@0.2")
-                  .exitCode,
-              0);
-    const auto render = torvane("render --in " + input.string() + " --out " + hosted.string() +
-                                " --set Volume=0.8 --set CPU=1 --set Stereo=1 --set Oversampling=1@0.2");
+    const auto input = written("amp-vs-plugin.wav", tone(2, 20000));
+    const auto direct = scratch() / "direct.wav", hosted = scratch() / "hosted.wav";
+    const std::string settings = " --set CPU=1 --set Stereo=1 --set Oversampling=1@0.2";
+    ASSERT_EQ(inOut("amp", input, direct, " --set Gain=0.8" + settings).exitCode, 0);
+    const auto render = inOut("render", input, hosted, " --set Volume=0.8" + settings);
     ASSERT_EQ(render.exitCode, 0) << render.err;
-    const Audio a = readWav(direct), b = readWav(hosted);
-    ASSERT_EQ(a.samples.size(), b.samples.size());
-    EXPECT_EQ(a.samples, b.samples);
+    ASSERT_EQ(readWav(direct).samples.size(), readWav(hosted).samples.size());
+    EXPECT_EQ(readWav(direct).samples, readWav(hosted).samples);
 }
 
 TEST(AmpCommand, TablesAreListedAndPrinted) {
@@ -62,9 +49,9 @@ TEST(AmpCommand, TablesAreListedAndPrinted) {
 }
 
 TEST(AmpCommand, UnknownControlsAndBadFilesFailCleanly) {
-    const auto input = written("amp-small.wav", riffLike(1, 100));
+    const auto input = written("amp-small.wav", tone(1, 100));
     const auto out = scratch() / "amp-never.wav";
-    auto result = torvane("amp --in " + input.string() + " --out " + out.string() + " --set Volume=1");
+    const auto result = inOut("amp", input, out, " --set Volume=1");
     EXPECT_EQ(result.exitCode, 1) << "the amplifier's controls go by their document names";
     EXPECT_NE(result.err.find("Gain"), std::string::npos) << "it lists the names";
     EXPECT_EQ(torvane("amp --in /no/such.wav --out " + out.string()).exitCode, 2);

@@ -32,10 +32,7 @@ TEST(DesignCommand, DesignErrorsPrintTheMessageAndUsageErrorsExitTwo) {
         const char* firstLine;
     } cases[] = {
         {"--family butterworth --order 11 --fc 0.25", 1, "filter order out of range"},
-        {"--family butterworth --order 0 --fc 0.25", 1, "DesignContext: Invalid filter order: 0"},
         {"--family bessel --order 2 --fc 0.5", 1, "IirDesignContext: fc1 must be (0, 0.5)."},
-        {"--family chebyshev --order 2 --fc 0.2", 1,
-         "IirDesignContext: ripple must be less than zero."},
         {"--family butterworth --order 2 --fc 0.2 --band bandpass --fc2 0.1", 1,
          "IirDesignContext: fc2 must be above fc1."},
         {"--family bessel --fc 0.1", 2, "torvane design: --family, --order and --fc are needed"},

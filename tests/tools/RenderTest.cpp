@@ -7,18 +7,6 @@ namespace {
 
 const std::string gain = " --plugin " + testPlugin("test_gain_plugin");
 
-/// Distinct, exactly representable values in each channel.
-Audio steps(int channels, size_t frames, int rate = 48000) {
-    Audio audio{channels, rate, {}};
-    for (size_t i = 0; i < frames; ++i) {
-        for (int c = 0; c < channels; ++c) {
-            audio.samples.push_back(static_cast<float>(int(i % 97) - 48) / 64.0f *
-                                    (c == 0 ? 1.0f : -0.5f));
-        }
-    }
-    return audio;
-}
-
 /// Runs `torvane render --in IN --out OUT` with more arguments; OUT is in the scratch folder.
 ToolResult render(const std::filesystem::path& in, const std::string& out,
                   const std::string& more) {
@@ -28,7 +16,7 @@ ToolResult render(const std::filesystem::path& in, const std::string& out,
 // Blocks of 256 and 7 frames do not divide the files; --rate tells the effect another rate
 // and the file keeps its own.
 TEST(Render, MonoAndStereoFilesKeepTheirChannelsThroughTheEffect) {
-    const Audio mono = steps(1, 1000), stereo = steps(2, 1000, 44100);
+    const Audio mono = tone(1, 1000), stereo = tone(2, 1000, 44100);
     auto result = render(written("mono.wav", mono), "mono-out.wav", gain + " --set Level=0.5");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.out, "rendered " + (scratch() / "mono.wav").string() +
@@ -74,7 +62,7 @@ TEST(Render, TheDefaultPluginIsTorvaneBesideTheProgram) {
 
 // An effect that cannot be loaded, an unknown parameter, and an effect failing mid-way.
 TEST(Render, FailuresExitOneNameTheCauseAndLeaveNoOutput) {
-    const auto in = written("fail-in.wav", steps(1, 2000));
+    const auto in = written("fail-in.wav", tone(1, 2000));
     const std::pair<std::string, std::string> cases[] = {
         {" --plugin /no/such/effect.so",
          "torvane render: plug-in /no/such/effect.so: no such file"},
@@ -94,7 +82,7 @@ TEST(Render, FailuresExitOneNameTheCauseAndLeaveNoOutput) {
 }
 
 TEST(Render, UsageMistakesExitTwo) {
-    const auto in = written("usage-in.wav", steps(1, 10));
+    const auto in = written("usage-in.wav", tone(1, 10));
     EXPECT_EQ(torvane("render --help").exitCode, 0);
     EXPECT_EQ(torvane("render --in " + in.string() + gain).exitCode, 2) << "no --out";
     for (const char* more :
