@@ -152,7 +152,8 @@ TEST(ConvolverTest, InstancesOnSeveralThreadsEachMatchTheReference) {
 }
 
 TEST(ConvolverTest, FailuresCarryTheirMessages) {
-    auto convolver = makeConvolver({0.5f}, 64);
+    auto owner = makeConvolver({0.5f}, 64);
+    Convolver& c = *owner;
     const auto initWith = [](const char* size) {
         return [=] { Convolver().init("cab", nodara::testing::props(size), noContext); };
     };
@@ -160,18 +161,17 @@ TEST(ConvolverTest, FailuresCarryTheirMessages) {
         {initWith(""), plain, "MaxIRSize is not defined. Convolver name=cab"},
         {initWith("MaxIRSize=0"), invalid,
          "MaxIRSize must be greater than or equal to 0. Convolver name=cab MaxIRSize=0"},
-        {[&] { convolver->propertyChanged("IR", std::make_shared<std::vector<float>>(1)); },
+        {[&] { c.propertyChanged("IR", std::make_shared<std::vector<float>>(1)); },
          invalid, "Convolver: Invalid property. Name=IR"},
-        {[&] { give(*convolver, {}); }, invalid, "Convolver: Invalid impulse response. IR is empty."},
-        {[&] { convolver->setMaxBlockSize(0); }, plain, "Convolver: Invalid maxBlockSize0"},
-        {[&] { convolver->getOutput(1); }, invalid, "Convolver: Invalid output index: 1"},
+        {[&] { give(c, {}); }, invalid, "Convolver: Invalid impulse response. IR is empty."},
+        {[&] { c.setMaxBlockSize(0); }, plain, "Convolver: Invalid maxBlockSize0"},
+        {[&] { c.getOutput(1); }, invalid, "Convolver: Invalid output index: 1"},
         {[] { Buffer(0); }, invalid, "Buffer size cannot be less than 1. size=0"},
-        {[&] { convolver->iteration(nullptr, 0, 0); }, unsupported,
+        {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
          "Convolver: Iteration is not supported."},
-        {[&] { convolver->getLastIterationResults(); }, unsupported,
+        {[&] { c.getLastIterationResults(); }, unsupported,
          "Convolver: getLastIterationResults is not supported."},
-        {[&] { convolver->endIteration(0); }, unsupported,
-         "Convolver: endIteration is not supported."},
-        {[&] { convolver->process(1.0f); }, unsupported, ""},
+        {[&] { c.endIteration(0); }, unsupported, "Convolver: endIteration is not supported."},
+        {[&] { c.process(1.0f); }, unsupported, ""},
     });
 }

@@ -15,6 +15,7 @@
 
 using namespace failurecheck;
 using namespace nodara;
+using namespace wavbytes;
 using nodara::testing::driverFor;
 using nodara::testing::oneGraphSystem;
 using nodara::testing::props;
@@ -48,12 +49,6 @@ const Samples& responseOf(const WaveConvolver& cabinet) {
     return cabinet.getConvolver().getImpulseResponse();
 }
 
-/// `bytes` written to `name` in the temporary folder; returns the path.
-std::string temporaryFile(const std::string& name, const std::string& bytes) {
-    const auto path = (std::filesystem::temp_directory_path() / name).string();
-    std::ofstream(path, std::ios::binary) << bytes;
-    return path;
-}
 
 } // namespace
 
@@ -144,8 +139,8 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
     };
     // Its data chunk claims 16 MB; the file ends after two reads' worth of 8-bit samples.
     const std::string cutPath = temporaryFile(
-        "cabinet-cut.wav", wavbytes::riff(wavbytes::fmtChunk(1, 1, 48000, 8) + "data" +
-                                          wavbytes::le32(1u << 24) + std::string(100000, '\x90')));
+        "cabinet-cut.wav",
+        riff(fmtChunk(1, 1, 48000, 8) + "data" + le32(1u << 24) + std::string(100000, '\x90')));
     const auto loadFile = [&] {
         WaveConvolver fromFile;
         fromFile.init("cab", props("Location=File MaxIRSize=8 ImpulseResponses=" + cutPath),
@@ -153,7 +148,8 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
         fromFile.setMaxBlockSize(64);
         fromFile.setSampleRate(48000.0f);
     };
-    auto cabinet = makeCabinet("", {0.5f});
+    auto owner = makeCabinet("", {0.5f});
+    WaveConvolver& c = *owner;
     expectFailures({
         {initWith("Location=Memory MaxIRSize=8"), plain,
          "WaveConvolver: ImpulseResponses is not defined. WaveConvolver name=cab"},
@@ -165,19 +161,18 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
          "WaveConvolver: Missing DllResourceType property."},
         {initWith("ImpulseResponses=a Location=File"), plain,
          "MaxIRSize is not defined. Convolver name=cab"},
-        {[&] { cabinet->propertyChanged("Selected", 3.0f); }, plain,
+        {[&] { c.propertyChanged("Selected", 3.0f); }, plain,
          "WaveConvolver: Invalid selection: 3 max selection value 2"},
         {[] { makeCabinet("", Samples(100, 0.0f)); }, invalid,
          "Convolver: Invalid impulse response. IR is empty."},
         {[] { WaveConvolver().init("cab", noContext); }, unsupported,
          "WaveConvolver: init(name, context) is not yet implemented."},
-        {[&] { cabinet->iteration(nullptr, 0, 0); }, unsupported,
+        {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
          "WaveConvolver: Iteration is not supported."},
-        {[&] { cabinet->getLastIterationResults(); }, unsupported,
+        {[&] { c.getLastIterationResults(); }, unsupported,
          "WaveConvolver: getLastIterationResults is not supported."},
-        {[&] { cabinet->endIteration(0); }, unsupported,
-         "WaveConvolver: endIteration is not supported."},
-        {[&] { cabinet->process(nullptr, 4); }, unsupported, ""},
+        {[&] { c.endIteration(0); }, unsupported, "WaveConvolver: endIteration is not supported."},
+        {[&] { c.process(nullptr, 4); }, unsupported, ""},
         {loadFile, plain,
          "AudioFileRead" + cutPath + "Error while trying to read from the stream."},
     });
@@ -188,17 +183,16 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
 // is read in pieces: a long stereo one gives its whole first channel.
 TEST(WaveConvolverTest, DocumentsNameEmbeddedAndFileResponses) {
     const Samples a = noise(300, 6), h = noise(813, 7), left = noise(40000, 8);
-    static const std::string bytes = wavbytes::floatWav(a, 44100);
+    static const std::string bytes = floatWav(a, 44100);
     EmbeddedResources::add("cabinet-ir", "IR", bytes.data(), bytes.size());
     Samples interleaved;
     for (float sample : left) {
         interleaved.insert(interleaved.end(), {sample, 0.5f});
     }
-    const std::string mono = temporaryFile("cabinet-driver-ir.wav", wavbytes::floatWav(h, 48000));
+    const std::string mono = temporaryFile("cabinet-driver-ir.wav", floatWav(h, 48000));
     const std::string stereo = temporaryFile(
         "cabinet-driver-stereo.wav",
-        wavbytes::riff(wavbytes::fmtChunk(3, 2, 48000, 32) +
-                       wavbytes::chunk("data", wavbytes::floatData(interleaved))));
+        riff(fmtChunk(3, 2, 48000, 32) + chunk("data", floatData(interleaved))));
     const auto cabinet = [](const std::string& properties, float rate = 48000.0f) -> Samples {
         const auto element = nodara::testing::element("WaveConvolver", "S",
                                                       properties + " MaxIRSize='65536'", "Graph");

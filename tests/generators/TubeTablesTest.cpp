@@ -77,7 +77,8 @@ struct ReferencePoint {
 void expectWithin(double tolerance, const std::vector<ReferencePoint>& points) {
     for (const ReferencePoint& point : points) {
         SCOPED_TRACE(std::string(point.table) + " at " + std::to_string(point.vin) + " V");
-        EXPECT_NEAR(table(point.table).at(point.vin), point.value, tolerance * std::abs(point.value));
+        const double allowed = tolerance * std::abs(point.value);
+        EXPECT_NEAR(table(point.table).at(point.vin), point.value, allowed);
     }
 }
 
