@@ -67,9 +67,10 @@ void logHostAnswers(GainEffect& gain) {
 }
 
 /// The texts the effect tells about itself.
-const std::map<vst2::VstInt32, const char*> texts = {{vst2::effGetEffectName, "Test gain"},
-                                                     {vst2::effGetVendorString, "Quillon Audio tests"},
-                                                     {vst2::effGetProductString, "Gain"}};
+const std::map<vst2::VstInt32, const char*> texts = {
+    {vst2::effGetEffectName, "Test gain"},
+    {vst2::effGetVendorString, "Quillon Audio tests"},
+    {vst2::effGetProductString, "Gain"}};
 
 std::string arrangement(const vst2::VstSpeakerArrangement* layout) {
     return layout == nullptr
@@ -161,12 +162,9 @@ vst2::AEffect* createEffect(vst2::AudioMasterCallback host) {
     record.dispatcher = dispatcher;
     record.setParameter = setParameter;
     record.getParameter = getParameter;
-    record.numPrograms = 1;
     record.numParams = parameterCount;
     record.numInputs = fault == Fault::noInputs ? 0 : 2;
     record.numOutputs = 2;
-    record.flags = vst2::effFlagsCanReplacing;
-    record.ioRatio = 1.0f;
     record.object = gain;
     record.uniqueID = vst2::fourCharacters('t', 'G', 'n', '1');
     record.version = 3;
