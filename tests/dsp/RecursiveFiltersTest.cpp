@@ -36,9 +36,7 @@ std::vector<scalar> direct(const std::vector<scalar>& x, const std::vector<scala
 
 /// A filter of type T ready for blocks of up to 1024 frames.
 template <class T>
-std::unique_ptr<T> ready(const std::string& properties) {
-    return made<T>(properties, "f", 1024);
-}
+std::unique_ptr<T> ready(const std::string& properties) { return made<T>(properties, "f", 1024); }
 
 /// Runs `filter` over `input` in blocks of `block` frames.
 template <class T>
@@ -164,9 +162,7 @@ TEST(RecursiveFilters, DifferentialConstantsReplaceTheirPort) {
 
 /// An action that initialises a filter of type T from `properties`.
 template <class T>
-std::function<void()> initOf(const char* properties) {
-    return [=] { made<T>(properties); };
-}
+std::function<void()> initOf(const char* properties) { return [=] { made<T>(properties); }; }
 
 TEST(RecursiveFilters, PropertyFaultsGiveTheirClassAndMessage) {
     const auto biquad = [] { return made<BiQuad>("A=1|2 B=1|2|3"); };

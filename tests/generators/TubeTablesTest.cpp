@@ -61,7 +61,7 @@ const Table& table(const std::string& name) {
     return found->second;
 }
 
-/// Every step of `v` from entry `first` to the end moves in the direction of `sign`, strictly
+/// Every step of table `name` from entry `first` to its end moves the way of `sign`, strictly
 /// when `strict`.
 void expectSteps(const std::string& name, std::size_t first, int sign, bool strict) {
     const std::vector<float>& v = table(name).values;

@@ -24,9 +24,7 @@ std::string failure(Action&& action) {
     return "";
 }
 
-std::string loadError(const std::string& path) {
-    return failure([&] { PluginHost host(path); });
-}
+std::string loadError(const std::string& path) { return failure([&] { PluginHost host(path); }); }
 
 TEST(PluginHost, DrivesTheEffectInTheHostOrder) {
     CallLog log;

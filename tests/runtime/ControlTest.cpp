@@ -8,7 +8,7 @@
 namespace nodara::testing {
 namespace {
 
-/// Two targets of graph G: `first` and "Gain", of the type `type`.
+/// Two targets: `first`, of the type `type`, and "Gain".
 Control::Targets targets(const char* first, int32 type = Property::ScalarType) {
     auto list = std::make_shared<std::vector<std::shared_ptr<Property>>>();
     for (const char* name : {first, "Gain"}) {
