@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <numeric>
 
 namespace torvane {
@@ -73,20 +71,18 @@ TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
     EXPECT_EQ(targetValues("Vol", 0.5f), std::vector<scalar>(2, 0.002f * 0.5f));
     EXPECT_EQ(targetValues("Oversampling", 0.0f), std::vector<scalar>(4, 2.0f));
     EXPECT_EQ(targetValues("Oversampling", 1.0f), std::vector<scalar>(4, 8.0f));
-    EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, static_cast<scalar>(std::pow(2.0, 1.5))));
+    EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, scalar(std::pow(2.0, 1.5))));
     EXPECT_EQ(targetValues("Cabinet", 0.0f), std::vector<scalar>(2, 1.0f));
     EXPECT_EQ(targetValues("CPU", 1.0f), (std::vector<scalar>{1.0f, 1.0f, 0.0f, 1.0f, 1.0f, 0.0f}));
     EXPECT_EQ(targetValues("Input", 0.5f), std::vector<scalar>(2, 1.0f));
-    EXPECT_EQ(targetValues("Input", 0.75f), std::vector<scalar>(2, static_cast<scalar>(6.0 * 0.75 - 2.0)));
+    EXPECT_EQ(targetValues("Input", 0.75f), std::vector<scalar>(2, scalar(6.0 * 0.75 - 2.0)));
     EXPECT_EQ(targetValues("Stereo", 1.0f), std::vector<scalar>(7, 0.0f));
 }
 
 TEST(Amplifier, EmbeddedTablesAreTheCommittedDataFiles) {
     for (const auto& table : embeddedTables()) {
-        const std::string name(table.name);
-        std::ifstream file(nodara::testing::sourceDirectory() + "/amp/data/" + name + ".f32",
-                           std::ios::binary);
-        const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+        const auto bytes = nodara::testing::bytesOf(nodara::testing::sourceDirectory() +
+                                                    "/amp/data/" + std::string(table.name) + ".f32");
         ASSERT_EQ(bytes.size(), table.values.size_bytes()) << table.name;
         const auto* stored = reinterpret_cast<const char*>(table.values.data());
         EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), stored)) << table.name;
@@ -145,8 +141,7 @@ TEST(Amplifier, HarmonicsRiseWithGainAndTheFullQualityBranchSoundsDifferently) {
         previous = ratio;
     }
     const auto low = render(*amplifier(48000.0f, 256, {{"Gain", 0.9f}}), input, 256)[0];
-    auto fullQuality = amplifier(48000.0f, 256, {{"Gain", 0.9f}, {"CPU", 1.0f}});
-    const auto full = render(*fullQuality, input, 256)[0];
+    const auto full = render(*amplifier(48000.0f, 256, {{"Gain", 0.9f}, {"CPU", 1.0f}}), input, 256)[0];
     EXPECT_TRUE(allFinite(full));
     double difference = 0.0;
     for (size_t i = 24000; i < low.size(); ++i) {
@@ -171,18 +166,19 @@ TEST(Amplifier, BlockSizeChangesOnlyTheConvolutionsRounding) {
 TEST(Amplifier, SteadyStateBlocksAllocateNothingEvenWhileKnobsMove) {
     auto driver = amplifier(48000.0f, 256, {{"CPU", 1.0f}, {"Stereo", 1.0f}});
     const auto input = nodara::testing::testSignal(256);
-    const std::vector<scalar*> inputs = {const_cast<scalar*>(input.data()), const_cast<scalar*>(input.data())};
-    driver->process(inputs, 256);
-    auto& gain = *(*driver->getControls())[0];
-    EXPECT_EQ(nodara::testing::allocationsOf([&] {
-                  for (int block = 0; block < 20; ++block) {
-                      driver->process(inputs, 256);
-                  }
-              }),
-              0);
-    gain.setValue(0.9f);  // the mapping runs here, on the writer's thread
-    EXPECT_EQ(nodara::testing::allocationsOf([&] { driver->process(inputs, 256); }), 0)
-        << "the wiper's new coefficients are computed on the audio thread without allocating";
+    auto* samples = const_cast<scalar*>(input.data());
+    const std::vector<scalar*> inputs = {samples, samples};
+    const auto blocks = [&](int count) {
+        return nodara::testing::allocationsOf([&] {
+            for (int block = 0; block < count; ++block) {
+                driver->process(inputs, 256);
+            }
+        });
+    };
+    blocks(1);
+    EXPECT_EQ(blocks(20), 0);
+    (*driver->getControls())[0]->setValue(0.9f); // the mapping runs here, on the writer's thread
+    EXPECT_EQ(blocks(1), 0) << "the wiper's new coefficients are computed on the audio thread without allocating";
 }
 
 TEST(Amplifier, RunsAtCommonSampleRates) {

@@ -1,5 +1,4 @@
 #include "amp/FilterWrapper.h"
-#include "amp/TorvaneFactory.h"
 #include "amp/V2V3Coupling.h"
 #include "amp/V2V3PropertiesHandler.h"
 #include "amp/VolCtrlPropertiesHandler.h"
@@ -19,16 +18,19 @@ namespace torvane {
 namespace {
 
 using Complex = std::complex<double>;
+using nodara::testing::made;
 using nodara::testing::messageOf;
+using nodara::testing::props;
+using nodara::testing::response;
 
 constexpr double Rs = 41000.0, Rp = 1e6, C1 = 2.2e-8, C2 = 1.44e-10;
 
 /// The volume network's H(s), written from the circuit, with grid conductance g.
 Complex volumeNetwork(Complex s, double wiper, double g) {
     const double Rlow = wiper * Rp, Rup = (1.0 - wiper) * Rp;
-    const Complex denominator = (1.0 + g * Rlow) +
-                                s * (C1 * (Rs + Rup + Rlow) + C2 * Rlow + g * Rlow * C1 * (Rs + Rup)) +
-                                s * s * C1 * C2 * Rlow * (Rs + Rup);
+    const Complex denominator =
+        (1.0 + g * Rlow) + s * (C1 * (Rs + Rup + Rlow) + C2 * Rlow + g * Rlow * C1 * (Rs + Rup)) +
+        s * s * C1 * C2 * Rlow * (Rs + Rup);
     return s * C1 * Rlow / denominator;
 }
 
@@ -38,27 +40,27 @@ Complex couplingNetwork(Complex s, double G) {
     return s * C / (s * C * (1.0 + R * G) + G);
 }
 
-/// Compares a digital response with H(s) at the bilinear image of the same points.
-template <class B, class A, class Analog>
-void expectBilinearOf(const B& b, const A& a, double rate, Analog analog, double tolerance = 2e-4) {
+/// Compares the response of `filter` with H(s) at the bilinear image of the same points.
+template <class F, class Analog>
+void expectBilinearOf(const F& filter, double rate, Analog analog, double tolerance = 2e-4) {
     for (double frequency : {20.0, 100.0, 720.0, 3000.0, 12000.0}) {
         const Complex z = std::polar(1.0, 2.0 * std::numbers::pi * frequency / rate);
         const Complex s = 2.0 * rate * (1.0 - 1.0 / z) / (1.0 + 1.0 / z);
         const Complex expected = analog(s);
-        EXPECT_LT(std::abs(nodara::testing::response(a, b, frequency / rate) - expected),
+        const auto actual = response(filter.getA(), filter.getB(), frequency / rate);
+        EXPECT_LT(std::abs(actual - expected),
                   tolerance * std::abs(expected) + 1e-7)
             << "at " << frequency << " Hz";
     }
 }
-
-std::vector<float> flatGrid(size_t count) { return std::vector<float>(count, 1e10f); }
 
 /// A grid curve with an onset: 1e10 ohm below `onset` volts, falling as 1/(v − onset)².
 std::vector<float> conductingGrid(size_t count, float first, float onset) {
     std::vector<float> ohms(count);
     for (size_t i = 0; i < count; ++i) {
         const float v = first + 0.02f * static_cast<float>(i);
-        ohms[i] = v <= onset ? 1e10f : std::min(1e10f, 2000.0f / ((v - onset) * (v - onset)) + 2000.0f);
+        const float above = v - onset;
+        ohms[i] = v <= onset ? 1e10f : std::min(1e10f, 2000.0f / (above * above) + 2000.0f);
     }
     return ohms;
 }
@@ -68,8 +70,7 @@ TEST(VolumeControl, IsTheBilinearTransformOfTheNetwork) {
         VolumeControl control;
         control.init({{"Wiper", static_cast<scalar>(wiper)}});
         control.setSampleRate(96000.0f);
-        expectBilinearOf(control.getB(), control.getA(), 96000.0,
-                         [&](Complex s) { return volumeNetwork(s, wiper, 0.0); });
+        expectBilinearOf(control, 96000.0, [&](Complex s) { return volumeNetwork(s, wiper, 0.0); });
         EXPECT_EQ(control.getB()[1], 0.0f);
         EXPECT_EQ(control.getB()[2], -control.getB()[0]);
     }
@@ -85,88 +86,76 @@ TEST(VolumeControl, WiperAtGroundIsSilentAndStable) {
               "VolumeControl: Unknown property Gain");
 }
 
-/// The filters the handlers compute coefficients for.
-struct HandledFilter {
-    std::shared_ptr<nodara::DSPContext> context = std::make_shared<nodara::DSPContext>();
-    nodara::BiQuad biquad;
-    nodara::FirstOrderIIR first;
-
-    HandledFilter() {
-        biquad.init("VC", {{"A", "0|0"}, {"B", "0|0|0"}, {"Wiper", "1.0"}, {"Gain", "1.0"}}, context);
-        first.init("V2V3", {{"A", "0"}, {"B", "0|0"}}, context);
-    }
-};
+/// A handler H computing the coefficients of `filter` at `rate` over the grid curve `grid`.
+template <class H, class F>
+std::shared_ptr<H> handled(F& filter, const std::vector<float>& grid, float rate) {
+    auto handler = std::make_shared<H>(&filter, grid);
+    filter.setPropertiesHandler(handler);
+    filter.setSampleRate(rate);
+    return handler;
+}
 
 template <class Coefficients>
 std::vector<scalar> values(const Coefficients& coefficients) {
     return {coefficients.begin(), coefficients.end()};
 }
 
-TEST(VolCtrlPropertiesHandler, BelowTheOnsetItIsTheNetworkScaledByGain) {
-    HandledFilter f;
-    const auto grid = flatGrid(1001);
-    auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
-    f.biquad.setPropertiesHandler(handler);
-    f.biquad.propertyChanged("Wiper", 0.3f);
-    f.biquad.propertyChanged("Gain", 0.61f);
-    f.biquad.setSampleRate(96000.0f);
+/// The grid conductance of conductingGrid() at `volts`.
+double conductance(double volts, double onset) {
+    return 1.0 / (2000.0 / ((volts - onset) * (volts - onset)) + 2000.0);
+}
+
+// Below the onset the wiper sees the network scaled by Gain; a prediction of 5 V loads it.
+TEST(VolCtrlPropertiesHandler, IsTheNetworkScaledByGainAndLoadedByGridCurrent) {
+    auto biquad = made<nodara::BiQuad>("A=0|0 B=0|0|0 Wiper=1.0 Gain=1.0", "VC");
+    const auto grid = conductingGrid(1001, 0.0f, 1.42f);
+    auto handler = handled<VolCtrlPropertiesHandler>(*biquad, grid, 96000.0f);
+    biquad->propertyChanged("Wiper", 0.3f);
+    biquad->propertyChanged("Gain", 0.61f);
     handler->update(0.0f, 0.5f);
-    expectBilinearOf(f.biquad.getB(), f.biquad.getA(), 96000.0,
+    expectBilinearOf(*biquad, 96000.0,
                      [&](Complex s) { return 0.61 * volumeNetwork(s, 0.3, 0.0); });
+    handler->update(0.0f, 2.75f); // predicts 2·2.75 − 0.5 = 5 V: g jumps, past the hysteresis
+    expectBilinearOf(*biquad, 96000.0,
+                     [](Complex s) { return 0.61 * volumeNetwork(s, 0.3, conductance(5.0, 1.42)); },
+                     1e-3);
     EXPECT_EQ(messageOf([&] { handler->propertyChanged("Bias", 1.0f); }),
               "VolCtrlPropertiesHandler: Unknown property Bias");
 }
 
-TEST(VolCtrlPropertiesHandler, GridCurrentLoadsTheWiper) {
-    HandledFilter f;
-    const auto grid = conductingGrid(1001, 0.0f, 1.42f);
-    auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
-    f.biquad.setPropertiesHandler(handler);
-    f.biquad.setSampleRate(96000.0f);
-    handler->update(0.0f, 0.0f);  // below the onset
-    handler->update(0.0f, 2.5f);  // predicts 5 V: g jumps, past the hysteresis
-    const double g = 1.0 / (2000.0 / ((5.0 - 1.42) * (5.0 - 1.42)) + 2000.0);
-    expectBilinearOf(f.biquad.getB(), f.biquad.getA(), 96000.0,
-                     [&](Complex s) { return volumeNetwork(s, 1.0, g); }, 1e-3);
-}
-
 TEST(VolCtrlPropertiesHandler, SmallChangesOfTheGridKeepTheCoefficients) {
-    HandledFilter f;
+    auto biquad = made<nodara::BiQuad>("A=0|0 B=0|0|0 Wiper=1.0 Gain=1.0", "VC");
     const auto grid = conductingGrid(1001, 0.0f, 1.42f);
-    auto handler = std::make_shared<VolCtrlPropertiesHandler>(&f.biquad, grid);
-    f.biquad.setPropertiesHandler(handler);
-    f.biquad.setSampleRate(48000.0f);
+    auto handler = handled<VolCtrlPropertiesHandler>(*biquad, grid, 48000.0f);
     handler->update(0.0f, 5.0f);
     handler->update(0.0f, 5.0f);
-    const auto standing = values(f.biquad.getB());
-    handler->update(0.0f, 5.01f);  // g moves by well under 10 %
-    EXPECT_EQ(values(f.biquad.getB()), standing);
-    f.biquad.propertyChanged("Gain", 0.5f);
+    const auto standing = values(biquad->getB());
+    handler->update(0.0f, 5.01f); // g moves by well under 10 %
+    EXPECT_EQ(values(biquad->getB()), standing);
+    biquad->propertyChanged("Gain", 0.5f);
     handler->update(0.0f, 5.01f);
-    EXPECT_NE(values(f.biquad.getB()), standing) << "a parameter change always recomputes";
+    EXPECT_NE(values(biquad->getB()), standing) << "a parameter change always recomputes";
 }
 
 TEST(V2V3Coupling, IsTheBilinearTransformOfTheHighPass) {
     V2V3Coupling coupling;
     coupling.setSampleRate(192000.0f);
-    expectBilinearOf(coupling.getB(), coupling.getA(), 192000.0,
+    expectBilinearOf(coupling, 192000.0,
                      [](Complex s) { return couplingNetwork(s, 1.0 / 220000.0); });
     EXPECT_EQ(coupling.getB()[1], -coupling.getB()[0]);
 }
 
 // 1e-10 S next to the 220 kΩ grid resistor below the onset; above it the grid conducts.
 TEST(V2V3PropertiesHandler, BelowTheOnsetItIsTheCouplingAndAboveItTheGridLoadsIt) {
-    HandledFilter f;
+    auto first = made<nodara::FirstOrderIIR>("A=0 B=0|0", "V2V3");
     const auto grid = conductingGrid(601, 18.0f, 18.3f);
-    auto handler = std::make_shared<V2V3PropertiesHandler>(&f.first, grid);
-    f.first.setPropertiesHandler(handler);
-    f.first.setSampleRate(96000.0f);
+    auto handler = handled<V2V3PropertiesHandler>(*first, grid, 96000.0f);
     handler->update(0.0f, 1.0f);
-    expectBilinearOf(f.first.getB(), f.first.getA(), 96000.0,
+    expectBilinearOf(*first, 96000.0,
                      [](Complex s) { return couplingNetwork(s, 1.0 / 220000.0 + 1e-10); });
     handler->update(0.0f, 14.5f); // predicts 2·14.5 − 1 = 28 V
-    const double g = 1.0 / (2000.0 / ((28.0 - 18.3) * (28.0 - 18.3)) + 2000.0);
-    expectBilinearOf(f.first.getB(), f.first.getA(), 96000.0,
+    const double g = conductance(28.0, 18.3);
+    expectBilinearOf(*first, 96000.0,
                      [&](Complex s) { return couplingNetwork(s, 1.0 / 220000.0 + g); }, 1e-3);
 }
 
@@ -174,7 +163,10 @@ TEST(V2V3PropertiesHandler, BelowTheOnsetItIsTheCouplingAndAboveItTheGridLoadsIt
 class CountingCalculator : public WrappedFilterPropertyCalculator {
 public:
     CountingCalculator() { filter = std::make_shared<nodara::BiQuad>(); }
-    void init(const std::map<std::string, scalar>& values) override { initialValues = values; ++inits; }
+    void init(const std::map<std::string, scalar>& values) override {
+        initialValues = values;
+        ++inits;
+    }
     void propertyChanged(const std::string& name, scalar value) override { changes[name] = value; }
     void setSampleRate(scalar rate) override { sampleRate = rate; }
     std::map<std::string, scalar> initialValues, changes;
@@ -182,11 +174,12 @@ public:
     scalar sampleRate = 0.0f;
 };
 
+// Without parameters the calculator is not initialised at all.
 TEST(FilterWrapper, KeepsParametersUntilItsCalculatorArrives) {
     auto context = std::make_shared<nodara::DSPContext>();
-    FilterWrapper wrapper;
-    wrapper.init("VC", {{"PropertyNames", "Wiper|Tone"}, {"Wiper", "1.0"}, {"InputIndex", "0"}}, context);
-    EXPECT_EQ(wrapper.getValues(), (std::map<std::string, scalar>{{"Wiper", 1.0f}})) << "Tone has no key";
+    FilterWrapper wrapper, bare;
+    wrapper.init("VC", props("PropertyNames=Wiper|Tone Wiper=1.0 InputIndex=0"), context);
+    EXPECT_EQ(wrapper.getValues(), (std::map<std::string, scalar>{{"Wiper", 1.0f}})) << "no Tone";
     EXPECT_EQ(messageOf([&] { wrapper.setMaxBlockSize(4); }),
               "FilterWrapper: VC has no coefficient calculator.");
     wrapper.propertyChanged("Wiper", 0.25f);
@@ -200,24 +193,10 @@ TEST(FilterWrapper, KeepsParametersUntilItsCalculatorArrives) {
     wrapper.setMaxBlockSize(8);
     EXPECT_EQ(wrapper.getOutput(0), calculator->getFilter()->getOutput(0));
     EXPECT_EQ(wrapper.getMeta(), nodara::BasicFilterMeta::instance());
-}
-
-TEST(FilterWrapper, WithoutParametersTheCalculatorIsNotInitialised) {
-    auto context = std::make_shared<nodara::DSPContext>();
-    FilterWrapper wrapper;
-    wrapper.init("V2V3", {{"InputIndex", "0"}}, context);
-    auto calculator = std::make_shared<CountingCalculator>();
-    wrapper.setCalculator(calculator);
-    EXPECT_EQ(calculator->inits, 0);
-}
-
-TEST(TorvaneFactory, MakesWrappersAndRefusesOtherTypes) {
-    TorvaneFactory factory;
-    EXPECT_TRUE(factory.hasType("FilterWrapper"));
-    EXPECT_FALSE(factory.hasType("Gain"));
-    std::unique_ptr<nodara::Filter> wrapper(factory.create("FilterWrapper"));
-    EXPECT_NE(dynamic_cast<FilterWrapper*>(wrapper.get()), nullptr);
-    EXPECT_EQ(messageOf([&] { factory.create("Newt"); }), "Unknown element type: Newt");
+    bare.init("V2V3", props("InputIndex=0"), context);
+    auto untouched = std::make_shared<CountingCalculator>();
+    bare.setCalculator(untouched);
+    EXPECT_EQ(untouched->inits, 0);
 }
 
 } // namespace

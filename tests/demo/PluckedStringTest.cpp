@@ -22,17 +22,10 @@ std::vector<float> play(PluckedString& string, double seconds, double rate) {
     return samples;
 }
 
-Pluck pluckAt(double frequency, double rate) {
-    Pluck pluck;
-    pluck.frequency = frequency;
-    pluck.sampleRate = rate;
-    return pluck;
-}
-
 TEST(PluckedString, IsInTuneWithinACentAcrossTheNeckAndRates) {
     for (double rate : {22050.0, 44100.0, 48000.0, 96000.0}) {
         for (double frequency : {82.41, 110.0, 196.0, 329.63, 493.88, 880.0}) {
-            PluckedString string(pluckAt(frequency, rate));
+            PluckedString string(Pluck{.frequency = frequency, .sampleRate = rate});
             const auto samples = play(string, 0.7, rate);
             const double measured = autocorrelationPitch(samples, static_cast<size_t>(0.3 * rate),
                                                          static_cast<size_t>(0.2 * rate), rate);
@@ -60,7 +53,7 @@ TEST(PluckedString, HighPartialsDieFirstAtTheDesignedRates) {
     // An A2 rings about 6 s at its fundamental and 0.9 s near 2 kHz (to -60 dB), so over
     // 0.4 s the fundamental loses about 4 dB and its 18th partial, 1980 Hz, about 27 dB.
     const double rate = 48000.0;
-    PluckedString string(pluckAt(110.0, rate));
+    PluckedString string(Pluck{});
     const auto samples = play(string, 0.7, rate);
     auto fall = [&](double frequency) {
         return 20.0 * std::log10(partial(samples, 0.1, frequency, rate) /
@@ -71,19 +64,12 @@ TEST(PluckedString, HighPartialsDieFirstAtTheDesignedRates) {
 }
 
 TEST(PluckedString, AReleasedOrPalmMutedStringFallsSilentQuickly) {
-    const double rate = 48000.0;
-    PluckedString open(pluckAt(110.0, rate));
-    const auto ringing = play(open, 0.5, rate);
-    const double level = rms(ringing, 19200, 24000);
+    PluckedString open(Pluck{}), palm(Pluck{.palmMuted = true});
+    const double level = rms(play(open, 0.5, 48000.0), 19200, 24000);
     open.release();
-    const auto released = play(open, 0.2, rate);
-    EXPECT_LT(rms(released, 7200, 9600), 1e-3 * level) << "60 dB down within 0.2 s";
-
-    Pluck muted = pluckAt(110.0, rate);
-    muted.palmMuted = true;
-    PluckedString palm(muted);
-    const auto thud = play(palm, 0.5, rate);
-    EXPECT_LT(rms(thud, 19200, 24000), 0.03 * level) << "30 dB below the open string at 0.4 s";
+    EXPECT_LT(rms(play(open, 0.2, 48000.0), 7200, 9600), 1e-3 * level) << "60 dB down within 0.2 s";
+    EXPECT_LT(rms(play(palm, 0.5, 48000.0), 19200, 24000), 0.03 * level)
+        << "30 dB below the open string at 0.4 s";
 }
 
 } // namespace

@@ -6,15 +6,14 @@ namespace nodara::testing {
 namespace {
 
 struct ErrorCase {
-    const char* what;
     std::string document;
     std::string message;
     const std::type_info& type = typeid(NodaraException);
 };
 
-const std::type_info& invalidArgument = typeid(InvalidArgumentException);
+const std::type_info& invalid = typeid(InvalidArgumentException);
 
-const std::string gain = element("Gain", "A", "Gain=\"1\"", "Graph");
+const std::string gain = element("Gain", "A", "Gain='1'", "Graph");
 
 std::string graph(const std::string& attributes, const std::string& content) {
     return "<Graph " + attributes + ">" + content + "</Graph>";
@@ -24,281 +23,241 @@ std::string system(const std::string& graphs, const std::string& rest = "") {
     return "<System><Graphs>" + graphs + "</Graphs>" + rest + "</System>";
 }
 
+/// A system of one graph with `attributes` holding the gain A.
+std::string graphWith(const std::string& attributes) { return system(graph(attributes, gain)); }
+
 /// A system of one graph G holding `content`.
 std::string inG(const std::string& content) {
-    return system(graph("Name=\"G\" Type=\"DSP\"", content));
+    return system(graph("Name='G' Type='DSP'", content));
 }
 
 /// A system of one graph G holding the element `type` named A with `properties`.
 std::string made(const std::string& type, const std::string& properties) {
-    return inG("<Element Type=\"" + type + "\" Name=\"A\"><Properties " + properties +
-               "/></Element>");
+    return inG(element(type, "A", properties, ""));
 }
 
 /// A circuit graph C of one resistor and the analysis `analysis`.
 std::string circuit(const std::string& analysis) {
-    return system(graph("Name=\"C\" Type=\"MNA\"",
-                        "<Element Type=\"Resistor\" Name=\"R\"><Properties R=\"1\"/>"
-                        "<Node Name=\"a\"/><Node Name=\"0\"/></Element>" + analysis));
+    return system(graph("Name='C' Type='MNA'", "<Element Type='Resistor' Name='R'><Properties "
+                                               "R='1'/><Node Name='a'/><Node Name='0'/></Element>" +
+                                                   analysis));
+}
+
+const std::string newton = "<Solver Type='NewtonRaphson'><Properties MaxIterations='9'/></Solver>";
+
+/// The circuit with an AC analysis whose initial condition is `condition`, solved by Newton.
+std::string ac(const std::string& condition) {
+    return circuit("<Analysis Type='AC'>" + condition + newton + "</Analysis>");
 }
 
 /// A circuit graph C whose only element is `element`, with a linear DC analysis.
-std::string circuitElement(const std::string& element) {
-    return system(graph("Name=\"C\" Type=\"MNA\"",
-                        element + "<Analysis Type=\"DC\"><Solver Type=\"Linear\"/></Analysis>"));
+std::string component(const std::string& element) {
+    return system(graph("Name='C' Type='MNA'",
+                        element + "<Analysis Type='DC'><Solver Type='Linear'/></Analysis>"));
 }
 
-const std::string newton = "<Solver Type=\"NewtonRaphson\"><Properties MaxIterations=\"9\"/></Solver>";
-
-/// A system of one Gain element A whose single input has the attributes `input`.
-std::string gainReading(const std::string& input) {
-    return inG("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input " + input +
+/// The gain A in graph G, its one input with the attributes `input`.
+std::string wired(const std::string& input) {
+    return inG("<Element Type='Gain' Name='A'><Properties Gain='1'/><Inputs><Input " + input +
                "/></Inputs></Element>");
 }
 
+/// A two-input switch S whose one wire enters port `port`.
+std::string switchReading(const std::string& port) {
+    return inG("<Element Type='Switch' Name='S'><Properties NumberOfInputs='2'/><Inputs>"
+               "<Input Port='" + port + "' Element='Graph' Output='0'/></Inputs></Element>");
+}
+
+/// The gain A of a one-input graph G, reading graph input `index`.
+std::string graphInput(const std::string& index) {
+    return oneGraphSystem("<Element Type='Gain' Name='A'><Properties Gain='1'/><Inputs><Input "
+                          "Port='in' Element='Graph' Output='" + index + "'/></Inputs></Element>",
+                          "A");
+}
+
+/// The gain A with the output node `node`.
+std::string outputs(const std::string& node) { return inG(gain + "<Output>" + node + "</Output>"); }
+
 const std::string plainGraph =
-    graph("Name=\"G\" Type=\"DSP\"",
-          gain + "<Output><Node Name=\"out\" Element=\"A\" Index=\"0\"/></Output>"
-                 "<NumberOfInputs>1</NumberOfInputs>");
+    graph("Name='G' Type='DSP'", gain + "<Output><Node Name='out' Element='A' Index='0'/></Output>"
+                                        "<NumberOfInputs>1</NumberOfInputs>");
 
 /// Graph `name` whose Gain A reads the graph inputs `inputs` and gives node "out".
 std::string gainGraph(const std::string& name, const std::string& attributes,
                       const std::string& inputs, int count = 1) {
-    return graph("Name=\"" + name + "\" Type=\"DSP\" " + attributes,
-                 gain + "<Inputs>" + inputs + "</Inputs><Output><Node Name=\"out\" Element=\"A\" "
-                 "Index=\"0\"/></Output><NumberOfInputs>" + std::to_string(count) + "</NumberOfInputs>");
+    return graph("Name='" + name + "' Type='DSP' " + attributes,
+                 gain + "<Inputs>" + inputs + "</Inputs><Output><Node Name='out' Element='A' "
+                        "Index='0'/></Output><NumberOfInputs>" + std::to_string(count) +
+                        "</NumberOfInputs>");
 }
 
-/// An iterative graph with the given settings.
-std::string iterative(const std::string& settings) {
-    return inG("<Properties ProcessingMethod=\"Iterative\" " + settings + "/>" + gain +
+/// An iterative graph with the given tolerances and limit; an empty one is left out.
+std::string iterative(const std::string& relative, const std::string& absolute,
+                      const std::string& limit) {
+    const auto one = [](const char* name, const std::string& value) {
+        return value.empty() ? "" : std::string(name) + "='" + value + "' ";
+    };
+    return inG("<Properties ProcessingMethod='Iterative' " + one("RelativeTollerance", relative) +
+               one("AbsoluteTollerance", absolute) + one("MaxIterations", limit) + "/>" + gain +
                "<NumberOfInputs>1</NumberOfInputs>");
 }
 
-/// The plain graph with one control whose attributes and content are `control`.
-std::string withControl(const std::string& control) {
-    return system(plainGraph, "<Controls><Control " + control + "</Control></Controls>");
+/// The plain graph with one control whose attributes and content are `text`.
+std::string control(const std::string& text) {
+    return system(plainGraph, "<Controls><Control " + text + "</Control></Controls>");
 }
 
 /// The plain graph with a control "c" setting the properties `properties`.
-std::string controlSetting(const std::string& properties) {
-    return withControl("Name=\"c\" DisplayName=\"d\" Value=\"0\"><Properties>" + properties +
-                       "</Properties>");
+std::string controlled(const std::string& properties) {
+    return control("Name='c' DisplayName='d' Value='0'><Properties>" + properties +
+                   "</Properties>");
+}
+
+/// The plain graph with the system output `output`.
+std::string systemOut(const std::string& output) {
+    return system(plainGraph, "<Outputs><Output " + output + "/></Outputs>");
 }
 
 std::vector<ErrorCase> errorCases() {
+    const std::string loadFailed = "Cannot load xml document. Error: ";
+    const std::string multiplier = "Invalid Graph Multiplier. Graph: G Multiplier: ";
+    const std::string op = "<InitialCondition Type='OperatingPoint'";
+    const std::string fromSystem = "<Input Graph='System' Node='0'/>";
+    const std::string up = gainGraph("Up", "Multiplier='2.0'", fromSystem);
     return {
-        {"malformed xml", "<System><Graphs>", "Cannot load xml document. Error: Start-end tags mismatch"},
-        {"empty document", "", "Cannot load xml document. Error: No document element found"},
-        {"text that is not xml", "Gain=1", "Cannot load xml document. Error: No document element found"},
-        {"another root", "<Amp><Graphs>" + plainGraph + "</Graphs></Amp>", "No graphs to parse."},
-        {"no graphs", "<System><Graphs/></System>", "No graphs to parse."},
-        {"graph without name", system(graph("Type=\"DSP\"", gain)), "Graph name is not specified"},
-        {"reserved name", system(graph("Name=\"System\" Type=\"DSP\"", gain)),
-         "\"System\" is a reserved graph name."},
-        {"graph without type", system(graph("Name=\"G\"", gain)), "Graph type is not specified"},
-        {"type in other case", system(graph("Name=\"G\" Type=\"dsp\"", gain)),
-         "Graph type dsp is not a valid type. Graph: G"},
-        {"zero multiplier", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"0\"", gain)),
-         "Invalid Graph Multiplier. Graph: G Multiplier: 0"},
-        {"empty multiplier", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"\"", gain)),
-         "Invalid Graph Multiplier. Graph: G Multiplier: "},
-        {"negative multiplier", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"-2\"", gain)),
-         "Invalid Graph Multiplier. Graph: G Multiplier: -2"},
-        {"multiplier that is not a number", system(graph("Name=\"G\" Type=\"DSP\" Multiplier=\"nan\"", gain)),
-         "Invalid Graph Multiplier. Graph: G Multiplier: nan"},
-        {"no elements", inG(""), "No elements in graph G"},
-        {"unknown element type", inG("<Element Type=\"Nope\" Name=\"x\"/>"),
-         "Unknown element type: Nope"},
-        {"element without type", inG("<Element Name=\"x\"/>"), "Unknown element type: "},
-        {"element without name", inG("<Element Type=\"Gain\"><Properties Gain=\"1\"/></Element>"),
+        {"<System><Graphs>", loadFailed + "Start-end tags mismatch"},
+        {"", loadFailed + "No document element found"},
+        {"Gain=1", loadFailed + "No document element found"},
+        {"<Amp><Graphs>" + plainGraph + "</Graphs></Amp>", "No graphs to parse."},
+        {"<System><Graphs/></System>", "No graphs to parse."},
+        {graphWith("Type='DSP'"), "Graph name is not specified"},
+        {graphWith("Name='System' Type='DSP'"), "\"System\" is a reserved graph name."},
+        {graphWith("Name='G'"), "Graph type is not specified"},
+        {graphWith("Name='G' Type='dsp'"), "Graph type dsp is not a valid type. Graph: G"},
+        {graphWith("Name='G' Type='DSP' Multiplier='0'"), multiplier + "0"},
+        {graphWith("Name='G' Type='DSP' Multiplier=''"), multiplier},
+        {graphWith("Name='G' Type='DSP' Multiplier='-2'"), multiplier + "-2"},
+        {graphWith("Name='G' Type='DSP' Multiplier='nan'"), multiplier + "nan"},
+        {inG(""), "No elements in graph G"},
+        {inG("<Element Type='Nope' Name='x'/>"), "Unknown element type: Nope"},
+        {inG("<Element Name='x'/>"), "Unknown element type: "},
+        {inG("<Element Type='Gain'><Properties Gain='1'/></Element>"),
          "Element name is not specified. Graph: G"},
-        {"element with empty name",
-         inG("<Element Type=\"Gain\" Name=\"\"><Properties Gain=\"1\"/></Element>"),
+        {inG("<Element Type='Gain' Name=''><Properties Gain='1'/></Element>"),
          "Element name is not specified. Graph: G"},
-        {"duplicate element", inG(gain + gain), "DSPContext: Duplicate element name: A"},
-        {"gain without gain", made("Gain", ""), "Gain is not defined. Gain name=A"},
-        {"switch without inputs", made("Switch", ""), "Switch: Number of inputs must be specified",
-         invalidArgument},
-        {"switch past its inputs", made("Switch", "NumberOfInputs=\"2\" Position=\"2\""),
-         "Switch: Invalid position 2. NumberOfInputs=2", invalidArgument},
-        {"mixer without faders", made("Mixer", ""), "Faders is not defined. Mixer name=A",
-         invalidArgument},
-        {"mixer fader above one", made("Mixer", "Faders=\"0.5|1.25\""), "Invalid fader value: 1.25",
-         invalidArgument},
-        {"relaxation without factor", made("Relaxation", ""),
-         "Relaxation: Relaxation is not defined. Relaxation name=A"},
-        {"negative relaxation", made("Relaxation", "Relaxation=\"-0.5\""),
+        {inG(gain + gain), "DSPContext: Duplicate element name: A"},
+        {made("Gain", ""), "Gain is not defined. Gain name=A"},
+        {made("Switch", ""), "Switch: Number of inputs must be specified", invalid},
+        {made("Switch", "NumberOfInputs='2' Position='2'"),
+         "Switch: Invalid position 2. NumberOfInputs=2", invalid},
+        {made("Mixer", ""), "Faders is not defined. Mixer name=A", invalid},
+        {made("Mixer", "Faders='0.5|1.25'"), "Invalid fader value: 1.25", invalid},
+        {made("Relaxation", ""), "Relaxation: Relaxation is not defined. Relaxation name=A"},
+        {made("Relaxation", "Relaxation='-0.5'"),
          "Relaxation: Relaxation must be greater than 0. Relaxation=-0.5 Relaxation name=A",
-         invalidArgument},
-        {"table without spacing", made("LookupTableFilter", "VinMin=\"-1\" VinMax=\"1\""),
-         "DeltaV is not defined. LookupTableAmp name=A", invalidArgument},
-        {"repeated attribute keeps the first", made("LookupTableFilter", "VinMin=\"-1\" VinMax=\"1\" DeltaV=\"0\" DeltaV=\"1\""),
-         "DeltaV must be greater than 0. LookupTableAmp name=A", invalidArgument},
-        {"input without port", gainReading("Element=\"Graph\" Output=\"0\""),
-         "Input without a Port name."},
-        {"port refused by meta", gainReading("Port=\"inn\" Element=\"Graph\" Output=\"0\""),
-         "Invalid input port name: inn. Expected \"in\".", invalidArgument},
-        {"switch port without prefix",
-         inG("<Element Type=\"Switch\" Name=\"S\"><Properties NumberOfInputs=\"2\"/><Inputs><Input "
-             "Port=\"0\" Element=\"Graph\" Output=\"0\"/></Inputs></Element>"),
-         "Invalid input port name: 0. INput port name must start with \"in_\" followed by a number.",
-         invalidArgument},
-        {"switch port past its inputs",
-         inG("<Element Type=\"Switch\" Name=\"S\"><Properties NumberOfInputs=\"2\"/><Inputs><Input "
-             "Port=\"in_2\" Element=\"Graph\" Output=\"0\"/></Inputs></Element>"),
-         "SwitchMeta: Invalid input port in_2, NumberOfInputs=2", invalidArgument},
-        {"input without element", gainReading("Port=\"in\" Output=\"0\""),
-         "Input without an Element name."},
-        {"unknown source element", gainReading("Port=\"in\" Element=\"B\" Output=\"out\""),
-         "Cannot find input filter with name B"},
-        {"input without output", gainReading("Port=\"in\" Element=\"Graph\""),
-         "Input without an Output port."},
-        {"source output port refused", inG(gain + element("Gain", "B", "Gain=\"1\"", "A", "output")),
-         "Invalid output port name: output. Expected \"out\".", invalidArgument},
-        {"output node without name", inG(gain + "<Output><Node Element=\"A\" Index=\"0\"/></Output>"),
-         "Output Node without a name."},
-        {"output node without element", inG(gain + "<Output><Node Name=\"out\" Index=\"0\"/></Output>"),
-         "Output Node without an Element attribute."},
-        {"output node with unknown element",
-         inG(gain + "<Output><Node Name=\"out\" Element=\"Z\" Index=\"0\"/></Output>"),
+         invalid},
+        {made("LookupTableFilter", "VinMin='-1' VinMax='1'"),
+         "DeltaV is not defined. LookupTableAmp name=A", invalid},
+        {made("LookupTableFilter", "VinMin='-1' VinMax='1' DeltaV='0' DeltaV='1'"),
+         "DeltaV must be greater than 0. LookupTableAmp name=A", invalid},
+        {wired("Element='Graph' Output='0'"), "Input without a Port name."},
+        {wired("Port='inn' Element='Graph' Output='0'"),
+         "Invalid input port name: inn. Expected \"in\".", invalid},
+        {switchReading("0"),
+         "Invalid input port name: 0. INput port name must start with \"in_\" followed by a "
+         "number.",
+         invalid},
+        {switchReading("in_2"), "SwitchMeta: Invalid input port in_2, NumberOfInputs=2", invalid},
+        {wired("Port='in' Output='0'"), "Input without an Element name."},
+        {wired("Port='in' Element='B' Output='out'"), "Cannot find input filter with name B"},
+        {wired("Port='in' Element='Graph'"), "Input without an Output port."},
+        {inG(gain + element("Gain", "B", "Gain='1'", "A", "output")),
+         "Invalid output port name: output. Expected \"out\".", invalid},
+        {outputs("<Node Element='A' Index='0'/>"), "Output Node without a name."},
+        {outputs("<Node Name='out' Index='0'/>"), "Output Node without an Element attribute."},
+        {outputs("<Node Name='out' Element='Z' Index='0'/>"),
          "Cannot find output filter with name Z"},
-        {"output node without port or index",
-         inG(gain + "<Output><Node Name=\"out\" Element=\"A\"/></Output>"),
+        {outputs("<Node Name='out' Element='A'/>"),
          "Output Node without a Port or an Index attribute."},
-        {"output node past the element's outputs",
-         inG(gain + "<Output><Node Name=\"out\" Element=\"A\" Index=\"1\"/></Output>"),
-         "Output Node out: element A has no output with index 1", invalidArgument},
-        {"graph input without graph", inG(gain + "<Inputs><Input Node=\"0\"/></Inputs>"),
-         "Input without a graph name."},
-        {"graph input from unknown graph",
-         inG(gain + "<Inputs><Input Graph=\"H\" Node=\"out\"/></Inputs>"), "Invalid input graph: H"},
-        {"graph input without node", inG(gain + "<Inputs><Input Graph=\"System\"/></Inputs>"),
-         "Input without a Node name."},
-        {"graph input from unknown node",
-         system(plainGraph + graph("Name=\"H\" Type=\"DSP\"",
-                                   gain + "<Inputs><Input Graph=\"G\" Node=\"nope\"/></Inputs>")),
+        {outputs("<Node Name='out' Element='A' Index='1'/>"),
+         "Output Node out: element A has no output with index 1", invalid},
+        {inG(gain + "<Inputs><Input Node='0'/></Inputs>"), "Input without a graph name."},
+        {inG(gain + "<Inputs><Input Graph='H' Node='out'/></Inputs>"), "Invalid input graph: H"},
+        {inG(gain + "<Inputs><Input Graph='System'/></Inputs>"), "Input without a Node name."},
+        {system(plainGraph + gainGraph("H", "", "<Input Graph='G' Node='nope'/>")),
          "Cannot find output node nope"},
-        {"graph input from graph without outputs",
-         system(graph("Name=\"G\" Type=\"DSP\"", gain) +
-                graph("Name=\"H\" Type=\"DSP\"",
-                      gain + "<Inputs><Input Graph=\"G\" Node=\"out\"/></Inputs>")),
+        {system(graph("Name='G' Type='DSP'", gain) +
+                gainGraph("H", "", "<Input Graph='G' Node='out'/>")),
          "Cannot find output node out"},
-        {"system output without graph", system(plainGraph, "<Outputs><Output Node=\"out\"/></Outputs>"),
-         "Output without a Graph name."},
-        {"system output from unknown graph",
-         system(plainGraph, "<Outputs><Output Graph=\"X\" Node=\"out\"/></Outputs>"),
-         "Invalid system output graph name X"},
-        {"system output without node", system(plainGraph, "<Outputs><Output Graph=\"G\"/></Outputs>"),
-         "Output without a Node name."},
-        {"system output from unknown node",
-         system(plainGraph, "<Outputs><Output Graph=\"G\" Node=\"x\"/></Outputs>"),
-         "Cannot find output node x for graph G"},
-        {"control without name", withControl("DisplayName=\"d\" Value=\"0\">"), "Control without a name."},
-        {"control without display name", withControl("Name=\"c\" Value=\"0\">"),
-         "Control without a display name. Control name: c"},
-        {"control without value", withControl("Name=\"c\" DisplayName=\"d\">"),
-         "Control without a Value. Control name: c"},
-        {"control without properties",
-         withControl("Name=\"c\" DisplayName=\"d\" Value=\"0\"><UIProperties X=\"1\"/>"),
+        {systemOut("Node='out'"), "Output without a Graph name."},
+        {systemOut("Graph='X' Node='out'"), "Invalid system output graph name X"},
+        {systemOut("Graph='G'"), "Output without a Node name."},
+        {systemOut("Graph='G' Node='x'"), "Cannot find output node x for graph G"},
+        {control("DisplayName='d' Value='0'>"), "Control without a name."},
+        {control("Name='c' Value='0'>"), "Control without a display name. Control name: c"},
+        {control("Name='c' DisplayName='d'>"), "Control without a Value. Control name: c"},
+        {control("Name='c' DisplayName='d' Value='0'><UIProperties X='1'/>"),
          "Control without properties. Control name: c"},
-        {"property without name", controlSetting("<Property Graph=\"G\"/>"), "Property without a name."},
-        {"property without graph", controlSetting("<Property Name=\"Gain\"/>"),
-         "Property without a graph. Property name: Gain"},
-        {"property of unknown type", controlSetting("<Property Name=\"Gain\" Graph=\"G\" Type=\"vector\"/>"),
+        {controlled("<Property Graph='G'/>"), "Property without a name."},
+        {controlled("<Property Name='Gain'/>"), "Property without a graph. Property name: Gain"},
+        {controlled("<Property Name='Gain' Graph='G' Type='vector'/>"),
          "Unknown property type vector"},
-        {"property of an unknown graph",
-         controlSetting("<Property Name=\"Gain\" Graph=\"X\" Element=\"A\"/>"),
+        {controlled("<Property Name='Gain' Graph='X' Element='A'/>"),
          "Invalid Property: Invalid graph name X. Property, name=Gain"},
-        {"property of an unknown element",
-         controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"B\"/>"),
-         "DSOContext: Cannot find element with name B", invalidArgument},
-        {"property set twice",
-         controlSetting("<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"
-                        "<Property Name=\"Gain\" Graph=\"G\" Element=\"A\"/>"),
-         "Driver: Multiple definitions of the same property. Property name: Gain graph: G element: A"},
-        {"a wire from a missing graph input",
-         oneGraphSystem("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input "
-                        "Port=\"in\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>", "A"),
-         "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s)."},
-        {"a wire from a negative graph input",
-         oneGraphSystem("<Element Type=\"Gain\" Name=\"A\"><Properties Gain=\"1\"/><Inputs><Input "
-                        "Port=\"in\" Element=\"Graph\" Output=\"-2\"/></Inputs></Element>", "A"),
-         "DSPGraph: Element A reads graph input -2 but graph G has 1 input(s)."},
-        {"no outputs", inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
-        {"negative input count", inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
-         "Number of inputs must be greater than zero. Number of inputs =-1", invalidArgument},
-        {"unknown processing method", inG(gain + "<Properties ProcessingMethod=\"Fast\"/>"),
-         "DSPGraph: Invalid ProcessingMethod property Fast", invalidArgument},
-        {"no relative tolerance", iterative("AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
-         "DSPGraph: RelativeTollerance is not defined."},
-        {"no absolute tolerance", iterative("RelativeTollerance=\"1\" MaxIterations=\"2\""),
-         "DSPGraph: AbsoluteTollerance is not defined."},
-        {"no iteration limit", iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\""),
-         "DSPGraph: MaxIterations is not defined."},
-        {"zero relative tolerance",
-         iterative("RelativeTollerance=\"0\" AbsoluteTollerance=\"1\" MaxIterations=\"2\""),
-         "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=0", invalidArgument},
-        {"negative absolute tolerance",
-         iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"-1\" MaxIterations=\"2\""),
-         "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1", invalidArgument},
-        {"zero iteration limit",
-         iterative("RelativeTollerance=\"1\" AbsoluteTollerance=\"1\" MaxIterations=\"0\""),
-         "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0", invalidArgument},
-        {"inputs at two rates",
-         system(gainGraph("Up", "Multiplier=\"2.0\"", "<Input Graph=\"System\" Node=\"0\"/>") +
-                gainGraph("Mix", "",
-                          "<Input Graph=\"Up\" Node=\"out\"/><Input Graph=\"System\" Node=\"0\"/>", 2)),
+        {controlled("<Property Name='Gain' Graph='G' Element='B'/>"),
+         "DSOContext: Cannot find element with name B", invalid},
+        {controlled(target("Gain", "A") + target("Gain", "A")),
+         "Driver: Multiple definitions of the same property. Property name: Gain graph: G "
+         "element: A"},
+        {graphInput("1"), "DSPGraph: Element A reads graph input 1 but graph G has 1 input(s)."},
+        {graphInput("-2"), "DSPGraph: Element A reads graph input -2 but graph G has 1 input(s)."},
+        {inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
+        {inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
+         "Number of inputs must be greater than zero. Number of inputs =-1", invalid},
+        {inG(gain + "<Properties ProcessingMethod='Fast'/>"),
+         "DSPGraph: Invalid ProcessingMethod property Fast", invalid},
+        {iterative("", "1", "2"), "DSPGraph: RelativeTollerance is not defined."},
+        {iterative("1", "", "2"), "DSPGraph: AbsoluteTollerance is not defined."},
+        {iterative("1", "1", ""), "DSPGraph: MaxIterations is not defined."},
+        {iterative("0", "1", "2"),
+         "DSPGraph: RelativeTollerance must be greater than 0. relativeTollerance=0", invalid},
+        {iterative("1", "-1", "2"),
+         "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1", invalid},
+        {iterative("1", "1", "0"),
+         "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0", invalid},
+        {system(up + gainGraph("Mix", "", "<Input Graph='Up' Node='out'/>" + fromSystem, 2)),
          "Invalid input multipliers for graph Mix"},
-        {"system output at another rate",
-         system(gainGraph("Up", "Multiplier=\"2.0\"", "<Input Graph=\"System\" Node=\"0\"/>"),
-                "<Outputs><Output Graph=\"Up\" Node=\"out\"/></Outputs>"),
+        {system(up, "<Outputs><Output Graph='Up' Node='out'/></Outputs>"),
          "Invalid multiplier. Expected 1 but got 2"},
-        {"graphs that feed each other",
-         system(gainGraph("P", "", "<Input Graph=\"Q\" Node=\"out\"/>") +
-                gainGraph("Q", "", "<Input Graph=\"P\" Node=\"out\"/>")),
-         "Graphs do not form a DAG."},
-        {"circuit without elements", system(graph("Name=\"C\" Type=\"MNA\"", "")), "No elements in graph C"},
-        {"unknown component", circuitElement("<Element Type=\"Gain\" Name=\"R\"><Node Name=\"a\"/></Element>"),
+        {system(gainGraph("P", "", "<Input Graph='Q' Node='out'/>") +
+         gainGraph("Q", "", "<Input Graph='P' Node='out'/>")), "Graphs do not form a DAG."},
+        {system(graph("Name='C' Type='MNA'", "")), "No elements in graph C"},
+        {component("<Element Type='Gain' Name='R'><Node Name='a'/></Element>"),
          "Unknown element type: Gain"},
-        {"component without name", circuitElement("<Element Type=\"Resistor\"><Node Name=\"a\"/></Element>"),
+        {component("<Element Type='Resistor'><Node Name='a'/></Element>"),
          "Element name is not specified in graph C"},
-        {"component without terminals", circuitElement("<Element Type=\"Resistor\" Name=\"R\"/>"),
-         "Element: R. No Nodes specified."},
-        {"terminal with empty name",
-         circuitElement("<Element Type=\"Resistor\" Name=\"R\"><Node Name=\"a\"/><Node Name=\"\"/></Element>"),
+        {component("<Element Type='Resistor' Name='R'/>"), "Element: R. No Nodes specified."},
+        {component("<Element Type='Resistor' Name='R'><Node Name='a'/><Node Name=''/></Element>"),
          "Element: R. Node without a name."},
-        {"circuit without analysis", circuit(""), "Analysis node is missing in the graph C"},
-        {"analysis without type", circuit("<Analysis>" + newton + "</Analysis>"),
+        {circuit(""), "Analysis node is missing in the graph C"},
+        {circuit("<Analysis>" + newton + "</Analysis>"),
          "Analysis Type attribute is missing in the graph C"},
-        {"analysis of another type", circuit("<Analysis Type=\"TRAN\">" + newton + "</Analysis>"),
+        {circuit("<Analysis Type='TRAN'>" + newton + "</Analysis>"),
          "Invalid analysis Type attribute TRAN in the graph C"},
-        {"AC without initial condition", circuit("<Analysis Type=\"AC\">" + newton + "</Analysis>"),
-         "InitialCondition node is missing in the graph C"},
-        {"initial condition without type",
-         circuit("<Analysis Type=\"AC\"><InitialCondition/>" + newton + "</Analysis>"),
-         "InitialCondition Type attribute is missing in the graph C"},
-        {"initial condition of another type",
-         circuit("<Analysis Type=\"AC\"><InitialCondition Type=\"zero\"/>" + newton + "</Analysis>"),
+        {ac(""), "InitialCondition node is missing in the graph C"},
+        {ac("<InitialCondition/>"), "InitialCondition Type attribute is missing in the graph C"},
+        {ac("<InitialCondition Type='zero'/>"),
          "Invalid InitialCondition Type attribute zero in the graph C"},
-        {"operating point without solver",
-         circuit("<Analysis Type=\"AC\"><InitialCondition Type=\"OperatingPoint\"/>" + newton + "</Analysis>"),
-         "InitialCondition Solver is not defined."},
-        {"operating point solver without type",
-         circuit("<Analysis Type=\"AC\"><InitialCondition Type=\"OperatingPoint\"><Solver/></InitialCondition>" +
-                 newton + "</Analysis>"),
-         "InitialCondition Solver type is not defined."},
-        {"operating point solver without settings",
-         circuit("<Analysis Type=\"AC\"><InitialCondition Type=\"OperatingPoint\"><Solver "
-                 "Type=\"SimplifiedNewton\"/></InitialCondition>" + newton + "</Analysis>"),
+        {ac(op + "/>"), "InitialCondition Solver is not defined."},
+        {ac(op + "><Solver/></InitialCondition>"), "InitialCondition Solver type is not defined."},
+        {ac(op + "><Solver Type='SimplifiedNewton'/></InitialCondition>"),
          "InitilaCondition Solver's properties are not defined."},
-        {"analysis without solver", circuit("<Analysis Type=\"DC\"/>"), "Analysis Solver is not defined."},
-        {"analysis solver without type", circuit("<Analysis Type=\"DC\"><Solver/></Analysis>"),
+        {circuit("<Analysis Type='DC'/>"), "Analysis Solver is not defined."},
+        {circuit("<Analysis Type='DC'><Solver/></Analysis>"),
          "Analysis Solver type is not defined."},
-        {"unknown solver", circuit("<Analysis Type=\"DC\"><Solver Type=\"Gauss\"/></Analysis>"),
+        {circuit("<Analysis Type='DC'><Solver Type='Gauss'/></Analysis>"),
          "Unknown solver type: Gauss"},
-        {"analysis solver without settings",
-         circuit("<Analysis Type=\"DC\"><Solver Type=\"SuccessiveApproximations\"/></Analysis>"),
+        {circuit("<Analysis Type='DC'><Solver Type='SuccessiveApproximations'/></Analysis>"),
          "InitilaCondition Solver's properties are not defined."},
     };
 }
@@ -307,7 +266,7 @@ std::vector<ErrorCase> errorCases() {
 // built.
 TEST(DocumentErrors, EveryFaultEndsWithItsExactMessageAndClass) {
     for (const auto& error : errorCases()) {
-        SCOPED_TRACE(error.what);
+        SCOPED_TRACE(error.document);
         try {
             auto driver = std::make_shared<Driver>();
             std::istringstream stream(error.document);
@@ -323,10 +282,10 @@ TEST(DocumentErrors, EveryFaultEndsWithItsExactMessageAndClass) {
 // Circuits are checked as far as the document goes; the engine that would run them is not built.
 TEST(DocumentErrors, SoundCircuitGraphsReachTheEndOfTheCircuitParser) {
     for (const std::string& analysis :
-         {std::string("<Analysis Type=\"DC\"><Solver Type=\"Linear\"/></Analysis>"),
-          "<Analysis Type=\"AC\"><InitialCondition Type=\"OperatingPoint\">" + newton + "</InitialCondition>" +
-              newton + "</Analysis>",
-          "<Analysis Type=\"DC\"><InitialCondition Type=\"bad\"/>" + newton + "</Analysis>"}) {
+         {std::string("<Analysis Type='DC'><Solver Type='Linear'/></Analysis>"),
+          "<Analysis Type='AC'><InitialCondition Type='OperatingPoint'>" + newton +
+              "</InitialCondition>" + newton + "</Analysis>",
+          "<Analysis Type='DC'><InitialCondition Type='bad'/>" + newton + "</Analysis>"}) {
         const std::string message = initError(circuit(analysis));
         EXPECT_NE(message.find("MNA"), std::string::npos) << message;
         EXPECT_NE(message.find("Graph: C"), std::string::npos) << message;

@@ -1,5 +1,4 @@
 #include "dsp/AudioFileRead.h"
-#include "dsp/ByteStream.h"
 #include "dsp/DllResourceReader.h"
 #include "dsp/EmbeddedResources.h"
 #include "dsp/FileReader.h"
@@ -14,8 +13,8 @@
 #include <fstream>
 #include <sstream>
 
+using namespace failurecheck;
 using namespace wavbytes;
-using nodara::NodaraException;
 
 namespace {
 
@@ -33,13 +32,7 @@ std::vector<float> readAll(stk::AudioFileRead& file) {
 const std::string monoInt16 = fmtChunk(1, 1, 44100, 16);
 const std::string fourSamples16 =
     chunk("data", le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000));
-
-/// A file in the temporary folder holding `contents`.
-std::string temporaryFile(const std::string& name, const std::string& contents) {
-    const auto path = std::filesystem::temp_directory_path() / name;
-    std::ofstream(path, std::ios::binary) << contents;
-    return path.string();
-}
+const std::vector<float> fourValues = {0.0f, 0.999969482421875f, -1.0f, 0.5f};
 
 } // namespace
 
@@ -56,8 +49,7 @@ TEST(AudioFileReadTest, SamplesConvertWithTheFixedGains) {
     const Case cases[] = {
         {"8-bit, unsigned around 128", 1, 8, std::string("\x80\xFF\x00\xC0", 4),
          {0.0f, 0.9921875f, -1.0f, 0.5f}},
-        {"16-bit", 1, 16, le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000),
-         {0.0f, 0.999969482421875f, -1.0f, 0.5f}},
+        {"16-bit", 1, 16, le16(0) + le16(0x7FFF) + le16(0x8000) + le16(0x4000), fourValues},
         {"24-bit", 1, 24, le24(0x7FFFFF) + le24(0x800000) + le24(0x400000) + le24(1),
          {0.99999988079071044921875f, -1.0f, 0.5f, 1.1920928955078125e-07f}},
         // 2^31 − 1 rounds up to 2^31 in single precision.
@@ -94,14 +86,14 @@ TEST(AudioFileReadTest, ChunkWalkSkipsOtherChunksAndPadBytes) {
         auto file = openWav(c.bytes);
         EXPECT_EQ(file.channels(), 1u);
         EXPECT_EQ(file.fileRate(), 44100.0);
-        EXPECT_EQ(readAll(file), (std::vector<float>{0.0f, 0.999969482421875f, -1.0f, 0.5f}));
+        EXPECT_EQ(readAll(file), fourValues);
     }
 }
 
 TEST(AudioFileReadTest, StereoStaysInterleavedAndReadsFromAStartFrame) {
     auto file = openWav(riff(fmtChunk(1, 2, 44100, 16) + fourSamples16 + chunk("LIST", "ab")));
     ASSERT_EQ(file.fileSize(), 2u);
-    EXPECT_EQ(readAll(file), (std::vector<float>{0.0f, 0.999969482421875f, -1.0f, 0.5f}));
+    EXPECT_EQ(readAll(file), fourValues);
     stk::StkFrames frames(2, 2);
     file.read(frames, 1);
     EXPECT_EQ(frames(0, 0), -1.0f);
@@ -110,107 +102,70 @@ TEST(AudioFileReadTest, StereoStaysInterleavedAndReadsFromAStartFrame) {
 }
 
 TEST(AudioFileReadTest, FailuresCarryTheirMessages) {
-    using failurecheck::Case;
-    const auto opening = [](std::string bytes) { return [bytes] { openWav(bytes); }; };
-    const Case cases[] = {
-        {"not a wav", opening("RIFF" + le32(4) + "AVI "), typeid(NodaraException),
-         "AudioFileRead: File is not a wav file."},
-        {"short header", opening("RIFF"), typeid(NodaraException),
-         "AudioFileRead: Error while reading header. ir.wav"},
-        {"no stream", [] { stk::AudioFileRead(nullptr, "ir.wav"); }, typeid(NodaraException),
-         "AudioFileRead::init File error."},
-        {"no fmt chunk", opening(riff(chunk("JUNK", "ab"))), typeid(NodaraException),
-         "AudioFileRead::getWavInfo Error while trying to read id."},
-        {"cut chunk size", opening(riff("fmt " + std::string(1, '\x10'))), typeid(NodaraException),
-         "AudioFileRead::getWavInfo Error while trying to read chunkSize."},
-        {"cut format tag", opening(riff("fmt " + le32(16) + "\x01")), typeid(NodaraException),
-         "AudioFileRead::getWavInfo Error while trying to read format_tag."},
-        {"cut channel count", opening(riff("fmt " + le32(16) + le16(1) + "\x01")),
-         typeid(NodaraException), "AudioFileRead::getWavInfo Error while trying to read temp."},
-        {"cut rate", opening(riff("fmt " + le32(16) + le16(1) + le16(1) + "\x44")),
-         typeid(NodaraException), "AudioFileRead::getWavInfo Error while trying to read srate."},
-        {"cut bits per sample", opening(riff(monoInt16.substr(0, 22) + "\x10")),
-         typeid(NodaraException), "AudioFileRead::getWavInfo Error while trying to read bytes."},
-        {"cut extension size", opening(riff(extensibleFmtChunk(1, 1, 44100, 16).substr(0, 25))),
-         typeid(NodaraException), "AudioFileRead::getWavInfo Error while trying to read extSize."},
-        {"chunk skipped past the end", opening(riff("JUNK" + le32(1000) + "ab")),
-         typeid(NodaraException), "AudioFileRead: ir.wav Error while trying to set position."},
-        {"extSize 0", opening(riff(extensibleFmtChunk(1, 1, 44100, 16, 0) + fourSamples16)),
-         typeid(NodaraException), "AudioFileRead::getWavInfo Invalid extSize 0"},
-        {"unsupported tag", opening(riff(fmtChunk(2, 1, 44100, 16) + fourSamples16)),
-         typeid(NodaraException), "Unsupported data format type: 2"},
-        {"unsupported extensible tag",
-         opening(riff(extensibleFmtChunk(6, 1, 44100, 8) + fourSamples16)), typeid(NodaraException),
-         "Unsupported data format type: 6"},
-        {"12-bit integers", opening(riff(fmtChunk(1, 1, 44100, 12) + fourSamples16)),
-         typeid(NodaraException), "12 bits per sample with data format 1 are not supported."},
-        {"16-bit floats", opening(riff(fmtChunk(3, 1, 44100, 16) + fourSamples16)),
-         typeid(NodaraException), "16 bits per sample with data format 3 are not supported."},
-        {"no data chunk", opening(riff(monoInt16)), typeid(NodaraException),
-         "AudioFileRead::getWavInfo Error while trying to read id."},
-        {"cut data",
-         [] {
-             auto file = openWav(riff(monoInt16 + "data" + le32(8) + le16(1)));
-             readAll(file);
-         },
-         typeid(NodaraException), "AudioFileReadir.wavError while trying to read from the stream."},
-        {"wrong channels",
-         [] {
-             auto file = openWav(riff(monoInt16 + fourSamples16));
-             stk::StkFrames frames(4, 2);
-             file.read(frames);
-         },
-         typeid(NodaraException),
-         "AudioFileRead::read: StkFrames argument has incompatible number of channels!"},
-        {"empty frames",
-         [] {
-             auto file = openWav(riff(monoInt16 + fourSamples16));
-             stk::StkFrames frames(0, 1);
-             file.read(frames);
-         },
-         typeid(NodaraException),
-         "AudioFileRead::read: StkFrames buffer size is zero ... no data read!"},
+    const auto wav = [](std::string bytes) { return [bytes] { openWav(bytes); }; };
+    // Reads `frames` frames of `channels` from a mono 16-bit file of four samples.
+    const auto reading = [](size_t frames, size_t channels) {
+        return [=] {
+            auto file = openWav(riff(monoInt16 + fourSamples16));
+            stk::StkFrames buffer(frames, channels);
+            file.read(buffer);
+        };
     };
-    for (const Case& c : cases) {
-        failurecheck::expectFailure(c);
-    }
+    const std::string fmt16 = "fmt " + le32(16);
+    static const std::string cutData = riff(monoInt16 + "data" + le32(8) + le16(1));
+    const std::string read = "AudioFileRead::getWavInfo Error while trying to read ";
+    expectFailures({
+        {wav("RIFF" + le32(4) + "AVI "), plain, "AudioFileRead: File is not a wav file."},
+        {wav("RIFF"), plain, "AudioFileRead: Error while reading header. ir.wav"},
+        {[] { stk::AudioFileRead(nullptr, "ir.wav"); }, plain, "AudioFileRead::init File error."},
+        {wav(riff(chunk("JUNK", "ab"))), plain, read + "id."},
+        {wav(riff("fmt " + std::string(1, '\x10'))), plain, read + "chunkSize."},
+        {wav(riff(fmt16 + "\x01")), plain, read + "format_tag."},
+        {wav(riff(fmt16 + le16(1) + "\x01")), plain, read + "temp."},
+        {wav(riff(fmt16 + le16(1) + le16(1) + "\x44")), plain, read + "srate."},
+        {wav(riff(monoInt16.substr(0, 22) + "\x10")), plain, read + "bytes."},
+        {wav(riff(extensibleFmtChunk(1, 1, 44100, 16).substr(0, 25))), plain, read + "extSize."},
+        {wav(riff("JUNK" + le32(1000) + "ab")), plain,
+         "AudioFileRead: ir.wav Error while trying to set position."},
+        {wav(riff(extensibleFmtChunk(1, 1, 44100, 16, 0) + fourSamples16)), plain,
+         "AudioFileRead::getWavInfo Invalid extSize 0"},
+        {wav(riff(fmtChunk(2, 1, 44100, 16) + fourSamples16)), plain,
+         "Unsupported data format type: 2"},
+        {wav(riff(extensibleFmtChunk(6, 1, 44100, 8) + fourSamples16)), plain,
+         "Unsupported data format type: 6"},
+        {wav(riff(fmtChunk(1, 1, 44100, 12) + fourSamples16)), plain,
+         "12 bits per sample with data format 1 are not supported."},
+        {wav(riff(fmtChunk(3, 1, 44100, 16) + fourSamples16)), plain,
+         "16 bits per sample with data format 3 are not supported."},
+        {wav(riff(monoInt16)), plain, read + "id."},
+        {[] { auto file = openWav(cutData); readAll(file); }, plain,
+         "AudioFileReadir.wavError while trying to read from the stream."},
+        {reading(4, 2), plain,
+         "AudioFileRead::read: StkFrames argument has incompatible number of channels!"},
+        {reading(0, 1), plain,
+         "AudioFileRead::read: StkFrames buffer size is zero ... no data read!"},
+    });
 }
 
-TEST(AudioFileReadTest, ReadersHandOverTheirBytesAsAStream) {
-    static const std::string bytes = riff(monoInt16 + fourSamples16);
-    const std::string path = temporaryFile("cabinet-bytes.wav", bytes);
-    const nodara::FileReader fromFile(path);
-    std::filesystem::remove(path);
-    EXPECT_EQ(std::string(fromFile.data(), fromFile.size()), bytes);
-
-    nodara::EmbeddedResources::add("cabinet-test", "WAVE", bytes.data(), bytes.size());
-    const nodara::DllResourceReader fromResource("cabinet-test", "WAVE");
-    stk::AudioFileRead decoded(nodara::openByteStream(fromResource.data(), fromResource.size()),
-                               "cabinet-test");
-    EXPECT_EQ(readAll(decoded), (std::vector<float>{0.0f, 0.999969482421875f, -1.0f, 0.5f}));
-}
-
+// The readers hand their bytes over as a stream: the cabinet test reads a file and an embedded
+// response through a document.
 TEST(AudioFileReadTest, ReaderFailuresCarryTheirMessages) {
-    using failurecheck::Case;
     static const char blob[] = "x";
     nodara::EmbeddedResources::add("cabinet-case", "WAVE", blob, 1);
     const std::string emptyPath = temporaryFile("cabinet-empty.wav", "");
-    const Case cases[] = {
-        {"missing file", [] { nodara::FileReader("/nonexistent/cabinet.wav"); },
-         typeid(NodaraException), "Cannot find file with name: /nonexistent/cabinet.wav"},
-        {"empty file", [&] { nodara::FileReader{emptyPath}; }, typeid(NodaraException),
-         "FileReader: Empty file " + emptyPath},
-        {"a directory is no file", [] { nodara::FileReader("/tmp"); }, typeid(NodaraException),
-         "Cannot find file with name: /tmp"},
-        {"unknown resource", [] { nodara::DllResourceReader("nothing", "WAVE"); },
-         typeid(NodaraException), "Could not locate Resource File"},
-        {"names are case-sensitive", [] { nodara::DllResourceReader("Cabinet-case", "WAVE"); },
-         typeid(NodaraException), "Could not locate Resource File"},
-        {"types are case-sensitive", [] { nodara::DllResourceReader("cabinet-case", "wave"); },
-         typeid(NodaraException), "Could not locate Resource File"},
+    const auto file = [](std::string path) { return [path] { nodara::FileReader{path}; }; };
+    const auto resource = [](const char* name, const char* type) {
+        return [=] { nodara::DllResourceReader(name, type); };
     };
-    for (const Case& c : cases) {
-        failurecheck::expectFailure(c);
-    }
+    const std::string notFound = "Could not locate Resource File";
+    expectFailures({
+        {file("/nonexistent/cabinet.wav"), plain,
+         "Cannot find file with name: /nonexistent/cabinet.wav"},
+        {file(emptyPath), plain, "FileReader: Empty file " + emptyPath},
+        {file("/tmp"), plain, "Cannot find file with name: /tmp"},
+        {resource("nothing", "WAVE"), plain, notFound},
+        {resource("Cabinet-case", "WAVE"), plain, notFound},
+        {resource("cabinet-case", "wave"), plain, notFound},
+    });
     std::filesystem::remove(emptyPath);
 }

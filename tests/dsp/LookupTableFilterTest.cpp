@@ -2,6 +2,8 @@
 #include "runtime/DSPContext.h"
 #include "support/Documents.h"
 
+#include "dsp/FailureCheck.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,6 +12,8 @@
 
 namespace nodara::testing {
 namespace {
+
+using namespace failurecheck;
 
 /// The lookup written out independently, step by step in single precision.
 float referenceLookup(float x, const std::vector<float>& table, float vinMin, float deltaV) {
@@ -38,18 +42,15 @@ float referenceLookup(float x, const std::vector<float>& table, float vinMin, fl
 }
 
 struct Stage {
-    std::unique_ptr<LookupTableFilter> filter = std::make_unique<LookupTableFilter>();
+    std::unique_ptr<LookupTableFilter> filter;
     std::shared_ptr<std::vector<scalar>> table;
 };
 
-Stage stage(std::vector<scalar> values, const std::string& vinMin = "-8",
-            const std::string& deltaV = "0.02") {
-    Stage result;
-    auto context = std::make_shared<DSPContext>();
-    result.filter->init("V1", {{"VinMin", vinMin}, {"VinMax", "80"}, {"DeltaV", deltaV}}, context);
-    result.table = std::make_shared<std::vector<scalar>>(std::move(values));
+Stage stage(std::vector<scalar> values, float vinMin = -8.0f, float deltaV = 0.02f) {
+    Stage result{made<LookupTableFilter>(props("VinMax=80 VinMin=" + std::to_string(vinMin) +
+                                               " DeltaV=" + std::to_string(deltaV)), "V1", 64),
+                 std::make_shared<std::vector<scalar>>(std::move(values))};
     result.filter->propertyChanged("Vout", result.table);
-    result.filter->setMaxBlockSize(64);
     return result;
 }
 
@@ -81,7 +82,7 @@ TEST(LookupTableFilter, MatchesTheStepwiseLookupBitForBit) {
         in.push_back(volts(generator));
     }
     for (const Case& c : cases) {
-        auto s = stage(c.table, std::to_string(c.vinMin), std::to_string(c.deltaV));
+        auto s = stage(c.table, c.vinMin, c.deltaV);
         std::vector<scalar> out(64);
         for (size_t start = 0; start < in.size(); start += 64) {
             s.filter->process(in.data() + start, out.data(), 64);
@@ -94,7 +95,7 @@ TEST(LookupTableFilter, MatchesTheStepwiseLookupBitForBit) {
 }
 
 TEST(LookupTableFilter, InPlaceBlocksAndIterationGiveTheSameValues) {
-    auto s = stage(curve(401), "-2", "0.01");
+    auto s = stage(curve(401), -2.0f, 0.01f);
     std::vector<scalar> block = {-1.5f, 0.0f, 0.333f, 1.99f};
     std::vector<scalar> expected;
     for (scalar x : block) {
@@ -109,57 +110,53 @@ TEST(LookupTableFilter, InPlaceBlocksAndIterationGiveTheSameValues) {
 }
 
 TEST(LookupTableFilter, TablesAreSharedAndKeepTheirLength) {
-    auto s = stage(curve(10), "0", "1");
+    auto s = stage(curve(10), 0.0f, 1.0f);
     auto replacement = std::make_shared<std::vector<scalar>>(10, 2.0f);
     s.filter->propertyChanged("Vout", replacement);
     EXPECT_EQ(s.filter->getValues(), replacement) << "shared, not copied";
     EXPECT_EQ(s.filter->process(4.5f), 2.0f) << "takes effect at the next sample";
-    EXPECT_EQ(messageOf([&] {
-                  s.filter->propertyChanged("Vout", std::make_shared<std::vector<scalar>>(11, 0.0f));
-              }),
-              "LookupTableFilter: size of Vout (10) is not equal to the size of values (11 )");
-    EXPECT_EQ(messageOf([&] {
-                  s.filter->propertyChanged("Vout", std::make_shared<std::vector<scalar>>());
-              }),
-              "LookupTableFiter: empty Vout values array. ");
-    EXPECT_EQ(messageOf([&] { s.filter->propertyChanged("Table", replacement); }),
-              "LookupTableFilter: Unknown property Table");
+    const auto vout = [&](size_t size) {
+        return [&, table = std::make_shared<std::vector<scalar>>(size)] {
+            s.filter->propertyChanged("Vout", table);
+        };
+    };
+    expectFailures({
+        {vout(11), invalid,
+         "LookupTableFilter: size of Vout (10) is not equal to the size of values (11 )"},
+        {vout(0), invalid, "LookupTableFiter: empty Vout values array. "},
+        {[&] { s.filter->propertyChanged("Table", replacement); }, invalid,
+         "LookupTableFilter: Unknown property Table"},
+    });
     EXPECT_EQ(s.filter->getValues(), replacement) << "a refused table leaves the old one";
 }
 
-TEST(LookupTableFilter, PropertiesChangedOverwritesWhatItGets) {
-    auto s = stage({0.0f, 1.0f, 2.0f, 3.0f}, "0", "1");
+TEST(LookupTableFilter, PropertiesChangedOverwritesWhatItGetsAndTheTableInPlace) {
+    auto s = stage({0.0f, 1.0f, 2.0f, 3.0f}, 0.0f, 1.0f);
     s.filter->propertiesChanged({{"VinMin", "-1"}, {"DeltaV", "0.5"}, {"Vout", "5|6|7|8"}});
-    EXPECT_EQ(s.filter->getVinMin(), -1.0f);
-    EXPECT_EQ(s.filter->getVinMax(), 80.0f) << "absent keys stay";
-    EXPECT_EQ(s.filter->getDeltaV(), 0.5f);
-    EXPECT_EQ(*s.table, (std::vector<scalar>{5.0f, 6.0f, 7.0f, 8.0f})) << "contents replaced in place";
+    EXPECT_EQ(*s.table, (std::vector<scalar>{5.0f, 6.0f, 7.0f, 8.0f}));
+    for (float x : {-0.3f, 0.2f, 0.6f}) {
+        EXPECT_EQ(s.filter->process(x), referenceLookup(x, *s.table, -1.0f, 0.5f)) << x;
+    }
 }
 
 TEST(LookupTableFilter, InitAndProcessingFaults) {
-    auto context = std::make_shared<DSPContext>();
-    const std::vector<std::pair<Properties, std::string>> faults = {
-        {{{"VinMax", "1"}, {"DeltaV", "1"}}, "VinMin is not defined. LookupTableAmp name=T"},
-        {{{"VinMin", "1"}, {"DeltaV", "1"}}, "VinMax is not defined. LookupTableAmp name=T"},
-        {{{"VinMin", "1"}, {"VinMax", "1"}}, "DeltaV is not defined. LookupTableAmp name=T"},
-        {{{"VinMin", "1"}, {"VinMax", "1"}, {"DeltaV", "0"}},
-         "DeltaV must be greater than 0. LookupTableAmp name=T"},
-    };
-    for (const auto& [properties, message] : faults) {
-        LookupTableFilter filter;
-        EXPECT_EQ(messageOf([&] { filter.init("T", properties, context); }), message);
-    }
     LookupTableFilter empty;
+    auto context = std::make_shared<DSPContext>();
     empty.init("T", Properties{}, context);
     empty.setMaxBlockSize(4);
     std::vector<scalar> in(4), out(4);
     EXPECT_NO_THROW(empty.process(in.data(), out.data(), 0));
-    EXPECT_EQ(messageOf([&] { empty.process(in.data(), out.data(), 1); }),
-              "LookupTableFilter: T lookup data is not defined.");
-    EXPECT_EQ(messageOf([&] { empty.iteration(std::make_shared<std::vector<scalar>>(1), 0, 0); }),
-              "LookupTableFilter: T lookup data is not defined.");
-    EXPECT_EQ(messageOf([&] { empty.setMaxBlockSize(-3); }), "LookupTableFilter: Invalid maxBlockSize-3");
-    EXPECT_EQ(messageOf([&] { empty.getOutput(2); }), "LookupTableFilter: Invalid output index: 2");
+    const std::string noData = "LookupTableFilter: T lookup data is not defined.";
+    expectFailures({
+        {[] { made<LookupTableFilter>("VinMax=1 DeltaV=1", "T"); }, invalid,
+         "VinMin is not defined. LookupTableAmp name=T"},
+        {[] { made<LookupTableFilter>("VinMin=1 DeltaV=1", "T"); }, invalid,
+         "VinMax is not defined. LookupTableAmp name=T"},
+        {[&] { empty.process(in.data(), out.data(), 1); }, plain, noData},
+        {[&] { empty.iteration(std::make_shared<std::vector<scalar>>(1), 0, 0); }, plain, noData},
+        {[&] { empty.setMaxBlockSize(-3); }, plain, "LookupTableFilter: Invalid maxBlockSize-3"},
+        {[&] { empty.getOutput(2); }, invalid, "LookupTableFilter: Invalid output index: 2"},
+    });
 }
 
 } // namespace

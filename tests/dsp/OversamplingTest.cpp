@@ -1,7 +1,6 @@
 #include "dsp/BiQuad.h"
 #include "dsp/IirDecimator.h"
 #include "dsp/IirInterpolator.h"
-#include "runtime/DSPContext.h"
 #include "runtime/DSPGraph.h"
 #include "support/Documents.h"
 #include "support/Signals.h"
@@ -15,17 +14,14 @@
 namespace nodara::testing {
 namespace {
 
-const Properties interpolatorSettings = {{"CornerFrequency", "15000"}, {"Factor", "4"},
-                                         {"Order", "2"}, {"Cascade", "4"}, {"Type", "Butterworth"}};
-const Properties decimatorSettings = {{"CornerFrequency", "20000"}, {"Factor", "4"},
-                                      {"Order", "2"}, {"Cascade", "8"}, {"Type", "Butterworth"}};
+using namespace failurecheck;
+
+const std::string interpolatorSettings = "CornerFrequency=15000 Order=2 Type=Butterworth Cascade=4";
+const std::string decimatorSettings = "CornerFrequency=20000 Order=2 Type=Butterworth Cascade=8";
 
 template <class T>
-std::unique_ptr<T> resampler(const Properties& properties, scalar rate, int32 block) {
-    auto element = std::make_unique<T>();
-    auto context = std::make_shared<DSPContext>();
-    element->init("r", properties, context);
-    element->setMaxBlockSize(block);
+std::unique_ptr<T> resampler(const std::string& properties, scalar rate, int32 block) {
+    auto element = made<T>(properties, "r", block);
     element->setSampleRate(rate);
     return element;
 }
@@ -47,18 +43,17 @@ std::vector<scalar> inBlocks(Filter& element, const std::vector<scalar>& input, 
 }
 
 TEST(Oversampling, InterpolationKeepsTheLevelAndRejectsImages) {
-    auto up = resampler<IirInterpolator>(interpolatorSettings, 48000.0f, 256);
+    auto up = resampler<IirInterpolator>(interpolatorSettings + " Factor=4", 48000.0f, 256);
     const auto output = inBlocks(*up, sine(1000.0, 48000.0, 256 * 40, 0.5), 256, 4 * 256);
-    const double rate = 4 * 48000.0;
-    EXPECT_NEAR(decibels(output, 1000.0, rate), 0.0, 0.1);
+    EXPECT_NEAR(decibels(output, 1000.0, 4 * 48000.0), 0.0, 0.1);
     for (double image : {47000.0, 49000.0, 95000.0}) {
-        EXPECT_LT(decibels(output, image, rate), -60.0) << image;
+        EXPECT_LT(decibels(output, image, 4 * 48000.0), -60.0) << image;
     }
 }
 
 TEST(Oversampling, DecimationKeepsThePassBandAndRejectsAliases) {
     const double high = 4 * 48000.0;
-    auto down = resampler<IirDecimator>(decimatorSettings, static_cast<scalar>(high), 1024);
+    auto down = resampler<IirDecimator>(decimatorSettings + " Factor=4", scalar(high), 1024);
     auto run = [&](double frequency) {
         return inBlocks(*down, sine(frequency, high, 1024 * 40, 0.5), 1024, 256);
     };
@@ -69,12 +64,11 @@ TEST(Oversampling, DecimationKeepsThePassBandAndRejectsAliases) {
 }
 
 TEST(Oversampling, FactorChangesRoundForTheElementAndNotForTheGraph) {
-    const std::string settings = "CornerFrequency=\"15000\" Factor=\"2\" Order=\"2\" Type=\"Butterworth\"";
-    std::istringstream document(oneGraphSystem(element("IirInterpolator", "I", settings, "Graph"), "I"));
-    auto driver = std::make_shared<Driver>();
-    driver->init(document);
-    auto& interpolator = dynamic_cast<IirInterpolator&>(
-        *driver->getGraph("G")->getContext()->getElement("I"));
+    const std::string settings = "CornerFrequency='15000' Factor='2' Order='2' Type='Butterworth'";
+    auto driver = driverFor(oneGraphSystem(element("IirInterpolator", "I", settings, "Graph"),
+                                           "I"));
+    auto& interpolator =
+        dynamic_cast<IirInterpolator&>(*driver->getGraph("G")->getContext()->getElement("I"));
     interpolator.propertyChanged("Factor", 2.4f);
     EXPECT_EQ(interpolator.getFactor(), 2);
     EXPECT_DOUBLE_EQ(driver->getGraph("G")->getMultiplier(), static_cast<double>(2.4f));
@@ -88,15 +82,11 @@ TEST(Oversampling, FactorSwitchedWhileRunningMovesTheRatesAndKeepsTheSignal) {
     const auto input = sine(1000.0, 48000.0, 256 * 30, 0.5);
     std::vector<scalar> output;
     for (size_t block = 0; block < 30; ++block) {
-        if (block == 10) {
-            control.setValue(8.0f);
-        } else if (block == 20) {
-            control.setValue(4.0f);
+        if (block == 10 || block == 20) {
+            control.setValue(block == 10 ? 8.0f : 4.0f);
         }
-        const auto out = runBlocks(*driver, {std::vector<scalar>(input.begin() + block * 256,
-                                                                 input.begin() + (block + 1) * 256)},
-                                   256)[0];
-        ASSERT_EQ(out.size(), 256u);
+        const auto first = input.begin() + long(block * 256);
+        const auto out = runBlocks(*driver, {{first, first + 256}}, 256)[0];
         output.insert(output.end(), out.begin(), out.end());
         if (block == 10) {
             EXPECT_DOUBLE_EQ(driver->getMultipliers()[1], 8.0);
@@ -110,75 +100,53 @@ TEST(Oversampling, FactorSwitchedWhileRunningMovesTheRatesAndKeepsTheSignal) {
 }
 
 TEST(Oversampling, SettingsFaultsGiveTheirClassAndMessage) {
-    using failurecheck::Case;
-    auto fault = [](Properties properties, bool decimator = false) {
-        return [properties, decimator] {
-            auto context = std::make_shared<DSPContext>();
-            if (decimator) {
-                IirDecimator().init("d", properties, context);
-            } else {
-                IirInterpolator().init("i", properties, context);
-            }
-        };
+    // A full set of settings with one replaced ("Key=value") or left out ("Key").
+    const auto changed = [](const std::string& change) {
+        Properties p = props("CornerFrequency=15000 Factor=4 Order=2 Cascade=4 Type=Butterworth");
+        p.erase(change.substr(0, change.find('=')));
+        p.merge(props(change.find('=') == std::string::npos ? "" : change));
+        return p;
     };
-    auto without = [](Properties properties, const std::string& key) {
-        properties.erase(key);
-        return properties;
+    const auto up = [&](const std::string& change) {
+        return [p = changed(change)] { made<IirInterpolator>(p, "i"); };
     };
-    auto with = [](Properties properties, const std::string& key, const std::string& value) {
-        properties[key] = value;
-        return properties;
+    const auto down = [&](const std::string& change) {
+        return [p = changed(change)] { made<IirDecimator>(p, "d"); };
     };
-    const Properties& s = interpolatorSettings;
-    const auto& invalid = typeid(InvalidArgumentException);
-    const auto& plain = typeid(NodaraException);
-    const Case cases[] = {
-        {"no corner", fault(without(s, "CornerFrequency")), plain,
-         "IirInterpolator: CornerFrequency is not defined"},
-        {"negative corner", fault(with(s, "CornerFrequency", "-1")), invalid,
+    expectFailures({
+        {up("CornerFrequency"), plain, "IirInterpolator: CornerFrequency is not defined"},
+        {up("CornerFrequency=-1"), invalid,
          "IirInterpolator: cornerFrequency must be greater than 0. CornerFrequency=-1"},
-        {"no type", fault(without(s, "Type"), true), plain, "IirDecimator: Type must be specified"},
-        {"unknown type", fault(with(s, "Type", "Elliptic"), true), invalid,
-         "IirDecimator: Unknown Type: Elliptic"},
-        {"no order", fault(without(s, "Order")), plain, "IirInterpolator: Order must be specified"},
-        {"order 0", fault(with(s, "Order", "0")), invalid,
-         "IirInterpolator: Order must be greater than zero. Order=0"},
-        {"no factor", fault(without(s, "Factor"), true), plain,
-         "IirDecimator: Factor must be specified"},
-        {"factor 0", fault(with(s, "Factor", "0"), true), invalid,
-         "IirDecimator: Factor must be greater than 0. Factor=0"},
-        {"cascade 1", fault(with(s, "Cascade", "1")), invalid,
-         "IirInterpolator: Cascade must be greater than 1. Cascade=1"},
-        {"BiQuad designed", [] { driverFor(oversampledChain("BiQuad")); }, invalid,
+        {down("Type"), plain, "IirDecimator: Type must be specified"},
+        {down("Type=Elliptic"), invalid, "IirDecimator: Unknown Type: Elliptic"},
+        {up("Order"), plain, "IirInterpolator: Order must be specified"},
+        {up("Order=0"), invalid, "IirInterpolator: Order must be greater than zero. Order=0"},
+        {down("Factor"), plain, "IirDecimator: Factor must be specified"},
+        {down("Factor=0"), invalid, "IirDecimator: Factor must be greater than 0. Factor=0"},
+        {up("Cascade=1"), invalid, "IirInterpolator: Cascade must be greater than 1. Cascade=1"},
+        {[] { driverFor(oversampledChain("BiQuad")); }, invalid,
          "IirInterpolator: BiQuads are not yet supported!"},
-    };
-    for (const Case& c : cases) {
-        failurecheck::expectFailure(c);
-    }
+    });
     EXPECT_EQ(initError(oversampledChain("BiQuad")), "<no exception>") << "BiQuad passes init";
 }
 
 TEST(Oversampling, HighCornersKeepThePreviousDesign) {
-    auto up = resampler<IirInterpolator>({{"CornerFrequency", "15000"}, {"Factor", "2"},
-                                          {"Order", "2"}, {"Type", "Butterworth"}},
-                                         44100.0f, 16);
+    const std::string settings = "CornerFrequency=15000 Order=2 Type=Butterworth Factor=";
+    auto up = resampler<IirInterpolator>(settings + "2", 44100.0f, 16);
     auto& stage = dynamic_cast<BiQuad&>(*up->getStages()[0]);
     const auto designed = stage.getB();
     EXPECT_NE(designed[0], 0.0f);
     up->setSampleRate(15000.0f);
     EXPECT_EQ(stage.getB(), designed) << "15000 / 15000 / 2 = 0.5: no new design";
-    auto silent = resampler<IirInterpolator>({{"CornerFrequency", "15000"}, {"Factor", "1"},
-                                              {"Order", "2"}, {"Type", "Butterworth"}},
-                                             20000.0f, 16);
+    auto silent = resampler<IirInterpolator>(settings + "1", 20000.0f, 16);
     EXPECT_EQ(dynamic_cast<BiQuad&>(*silent->getStages()[0]).getB()[0], 0.0f)
         << "never designed: the stages stay silent";
 }
 
 // Several texts name the other class, or Iir: they stand as they are.
 TEST(Oversampling, RunTimeFaultsGiveTheirClassAndMessage) {
-    using failurecheck::Case;
-    auto up = resampler<IirInterpolator>(interpolatorSettings, 48000.0f, 16);
-    auto down = resampler<IirDecimator>(decimatorSettings, 192000.0f, 16);
+    auto up = resampler<IirInterpolator>(interpolatorSettings + " Factor=4", 48000.0f, 16);
+    auto down = resampler<IirDecimator>(decimatorSettings + " Factor=4", 192000.0f, 16);
     std::vector<scalar> block(17);
     const std::vector<scalar*> inputs = {block.data()};
     auto context = std::make_shared<DSPContext>();
@@ -189,46 +157,38 @@ TEST(Oversampling, RunTimeFaultsGiveTheirClassAndMessage) {
             element.process(silence, 1);
         };
     };
-    const auto& invalid = typeid(InvalidArgumentException);
-    const auto& plain = typeid(NodaraException);
-    const auto& unsupported = typeid(OperationNotSupportedException);
-    const Case cases[] = {
-        {"interpolated block too long", [&] { up->process(inputs, 17); }, plain,
+    expectFailures({
+        {[&] { up->process(inputs, 17); }, plain,
          "IirInterpolator: framesPerBuffer (68) is greater than maxBlockSize (64)."},
-        {"decimated block too long", [&] { down->process(inputs, 17); }, plain,
+        {[&] { down->process(inputs, 17); }, plain,
          "IirDecimator: framesPerBuffer (17) is greater than maxBlockSize (16)."},
-        {"interpolator block size", [&] { up->setMaxBlockSize(0); }, plain,
-         "IirInterpolator: Invalid maxBlockSize0"},
-        {"decimator block size", [&] { down->setMaxBlockSize(-1); }, plain,
-         "IirDecimator: Invalid maxBlockSize-1"},
-        {"interpolator output", [&] { up->getOutput(1); }, invalid, "Iir: Invalid output index: 1"},
-        {"decimator output", [&] { down->getOutput(1); }, invalid, "Iir: Invalid output index: 1"},
-        {"interpolator property", [&] { up->propertyChanged("Order", 1.0f); }, invalid,
+        {[&] { up->setMaxBlockSize(0); }, plain, "IirInterpolator: Invalid maxBlockSize0"},
+        {[&] { down->setMaxBlockSize(-1); }, plain, "IirDecimator: Invalid maxBlockSize-1"},
+        {[&] { up->getOutput(1); }, invalid, "Iir: Invalid output index: 1"},
+        {[&] { down->getOutput(1); }, invalid, "Iir: Invalid output index: 1"},
+        {[&] { up->propertyChanged("Order", 1.0f); }, invalid,
          "IirInterpolator: Unknown property Order"},
-        {"decimator property", [&] { down->propertyChanged("Order", 1.0f); }, invalid,
+        {[&] { down->propertyChanged("Order", 1.0f); }, invalid,
          "IirInterpolator: Unknown property Order"},
-        {"two-argument init", [&] { up->init("x", context); }, unsupported,
+        {[&] { up->init("x", context); }, unsupported,
          "IirDecimator: init(const std::string &name, std::shared_ptr<DSPContext> &context) is "
          "not supported."},
-        {"interpolator one sample", [&] { up->process(1.0f); }, unsupported,
+        {[&] { up->process(1.0f); }, unsupported,
          "IirInterpolator: process(scalar in) is not supported."},
-        {"decimator in place", [&] { down->process(block.data(), 4); }, unsupported,
+        {[&] { down->process(block.data(), 4); }, unsupported,
          "IirDecimator: process(scalar* in, size_t framesPerBuffer) is not supported."},
-        {"interpolator in to out", [&] { up->process(block.data(), block.data(), 4); }, unsupported,
+        {[&] { up->process(block.data(), block.data(), 4); }, unsupported,
          "IirInterpolator: process(const scalar* in, scalar* out, size_t framesPerBuffer) is not "
          "supported."},
-        {"decimator iteration", [&] { down->iteration(nullptr, 0, 0); }, unsupported,
+        {[&] { down->iteration(nullptr, 0, 0); }, unsupported,
          "IirDecimator: Iteration is not supported."},
-        {"interpolator results", [&] { up->getLastIterationResults(); }, unsupported,
+        {[&] { up->getLastIterationResults(); }, unsupported,
          "IirInterpolator: getLastIterationResults is not supported."},
-        {"decimator end", [&] { down->endIteration(0); }, unsupported,
+        {[&] { down->endIteration(0); }, unsupported,
          "IirDecimator: endIteration is not supported."},
-        {"interpolator factor 0", withoutFactor(*up), plain, "IirInterpolator: Invalid factor 0"},
-        {"decimator factor 0", withoutFactor(*down), plain, "IirInterpolator: Invalid factor 0"},
-    };
-    for (const Case& c : cases) {
-        failurecheck::expectFailure(c);
-    }
+        {withoutFactor(*up), plain, "IirInterpolator: Invalid factor 0"},
+        {withoutFactor(*down), plain, "IirInterpolator: Invalid factor 0"},
+    });
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -58,6 +60,13 @@ inline std::string floatData(const std::vector<float>& samples) {
     std::string out(samples.size() * sizeof(float), '\0');
     std::memcpy(out.data(), samples.data(), out.size());
     return out;
+}
+
+/// `bytes` written to `name` in the temporary folder; returns the path.
+inline std::string temporaryFile(const std::string& name, const std::string& bytes) {
+    const auto path = (std::filesystem::temp_directory_path() / name).string();
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
 }
 
 /// A mono 32-bit float file.

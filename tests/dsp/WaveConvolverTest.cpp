@@ -13,9 +13,12 @@
 #include <filesystem>
 #include <fstream>
 
+using namespace failurecheck;
 using namespace nodara;
+using namespace wavbytes;
 using nodara::testing::driverFor;
 using nodara::testing::oneGraphSystem;
+using nodara::testing::props;
 using reference::noise;
 using reference::run;
 
@@ -30,13 +33,11 @@ std::shared_ptr<Samples> shared(const Samples& samples) {
 }
 
 /// A Memory cabinet holding response "a" at 48 kHz and "b" at 44.1 kHz, running at `rate`.
-std::unique_ptr<WaveConvolver> makeCabinet(Properties properties, const Samples& a,
+std::unique_ptr<WaveConvolver> makeCabinet(const std::string& properties, const Samples& a,
                                            const Samples& b = {1.0f}, float rate = 48000.0f) {
-    properties.insert({"Location", "Memory"});
-    properties.insert({"ImpulseResponses", "a|b"});
-    properties.insert({"MaxIRSize", "8192"});
     auto cabinet = std::make_unique<WaveConvolver>();
-    cabinet->init("cab", properties, noContext);
+    cabinet->init("cab", props(properties + " Location=Memory ImpulseResponses=a|b MaxIRSize=8192"),
+                  noContext);
     cabinet->addImpulseResponse("a", 48000.0f, shared(a));
     cabinet->addImpulseResponse("b", 44100.0f, shared(b));
     cabinet->setMaxBlockSize(64);
@@ -47,6 +48,7 @@ std::unique_ptr<WaveConvolver> makeCabinet(Properties properties, const Samples&
 const Samples& responseOf(const WaveConvolver& cabinet) {
     return cabinet.getConvolver().getImpulseResponse();
 }
+
 
 } // namespace
 
@@ -82,45 +84,32 @@ TEST(ResponseResamplerTest, ASineKeepsItsLevelUpToTheRateRatio) {
 TEST(WaveConvolverTest, ConditioningWorksOnACopyOfTheStoredResponse) {
     const Samples a = noise(500, 1);
     auto stored = shared(a);
-    auto cabinet = makeCabinet({{"Gain", "0.5"}, {"Scale", "true"}}, a, {1.0f}, 44100.0f);
+    auto cabinet = makeCabinet("Gain=0.5 Scale=true", a, {1.0f}, 44100.0f);
     cabinet->addImpulseResponse("a", 48000.0f, stored);
     cabinet->setSampleRate(48000.0f);
     EXPECT_EQ(*stored, a);
-    EXPECT_EQ(responseOf(*makeCabinet({}, a)), a) << "unconditioned at the running rate";
+    EXPECT_EQ(responseOf(*makeCabinet("", a)), a) << "unconditioned at the running rate";
 }
 
 TEST(WaveConvolverTest, ResponsesAreConditionedBeforeTheHandOver) {
-    struct Case {
-        const char* label;
-        Properties properties;
-        Samples response;
-        Samples expected;
-    };
-    const Case cases[] = {
-        {"silent tail is trimmed",
-         {},
-         {0.5f, 0.0f, -0.25f, 1.5e-15f, 1.0e-15f, -1.0e-15f, 0.0f, 2.0e-16f},
+    const std::tuple<const char*, const char*, Samples, Samples> cases[] = {
+        {"silent tail is trimmed", "", {0.5f, 0, -0.25f, 1.5e-15f, 1e-15f, -1e-15f, 0, 2e-16f},
          {0.5f, 0.0f, -0.25f, 1.5e-15f}},
-        {"cut to MaxIRSize before the mean is removed",
-         {{"MaxIRSize", "4"}, {"Scale", "true"}},
-         {1, 2, 3, 6, 100, 100},
-         {-2, -1, 0, 3}},
-        {"trimmed before the cut", {{"MaxIRSize", "3"}}, {1, 2, 0, 0, 0}, {1, 2}},
-        {"gain", {{"Gain", "0.25"}}, {1, -2}, {0.25f, -0.5f}},
-        {"mean removal, then gain", {{"Scale", "true"}, {"Gain", "2"}}, {1, 3}, {-2, 2}},
-        {"Scale is true only for \"true\"", {{"Scale", "True"}}, {1, 3}, {1, 3}},
+        {"cut to MaxIRSize before the mean is removed", "MaxIRSize=4 Scale=true",
+         {1, 2, 3, 6, 100, 100}, {-2, -1, 0, 3}},
+        {"trimmed before the cut", "MaxIRSize=3", {1, 2, 0, 0, 0}, {1, 2}},
+        {"gain", "Gain=0.25", {1, -2}, {0.25f, -0.5f}},
+        {"mean removal, then gain", "Scale=true Gain=2", {1, 3}, {-2, 2}},
+        {"Scale is true only for \"true\"", "Scale=True", {1, 3}, {1, 3}},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(responseOf(*makeCabinet(c.properties, c.response)), c.expected) << c.label;
+    for (const auto& [label, properties, response, expected] : cases) {
+        EXPECT_EQ(responseOf(*makeCabinet(properties, response)), expected) << label;
     }
 }
 
 TEST(WaveConvolverTest, OnlyANewRateReloadsAndForgetsPastInput) {
-    const Samples a = noise(700, 3);
-    const Samples first = noise(640, 4);
-    const Samples next = noise(640, 5);
-    auto steady = makeCabinet({}, a);
-    auto touched = makeCabinet({}, a);
+    const Samples a = noise(700, 3), first = noise(640, 4), next = noise(640, 5);
+    auto steady = makeCabinet("", a), touched = makeCabinet("", a);
     EXPECT_TRUE(reference::matches(run(*steady, first, {64}), first, a));
     run(*touched, first, {64});
     touched->setSampleRate(48000.0f);
@@ -128,11 +117,11 @@ TEST(WaveConvolverTest, OnlyANewRateReloadsAndForgetsPastInput) {
 
     touched->setSampleRate(44100.0f);
     touched->setSampleRate(48000.0f);
-    EXPECT_EQ(run(*touched, next, {64}), run(*makeCabinet({}, a), next, {64}));
+    EXPECT_EQ(run(*touched, next, {64}), run(*makeCabinet("", a), next, {64}));
 }
 
 TEST(WaveConvolverTest, SelectedPicksAResponseByRoundedIndex) {
-    auto cabinet = makeCabinet({}, {0.5f, 0.25f}, {0.75f}, 44100.0f);
+    auto cabinet = makeCabinet("", {0.5f, 0.25f}, {0.75f}, 44100.0f);
     cabinet->propertyChanged("Selected", 0.5f);
     EXPECT_EQ(cabinet->getSelected(), 1);
     EXPECT_EQ(responseOf(*cabinet), Samples{0.75f});
@@ -145,60 +134,48 @@ TEST(WaveConvolverTest, SelectedPicksAResponseByRoundedIndex) {
 }
 
 TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
-    using failurecheck::Case;
-    const auto initWith = [](Properties properties) {
-        return [properties] { WaveConvolver().init("cab", properties, noContext); };
+    const auto initWith = [](std::string properties) {
+        return [properties] { WaveConvolver().init("cab", props(properties), noContext); };
     };
     // Its data chunk claims 16 MB; the file ends after two reads' worth of 8-bit samples.
-    const std::string cutPath =
-        (std::filesystem::temp_directory_path() / "cabinet-cut.wav").string();
-    std::ofstream(cutPath, std::ios::binary)
-        << wavbytes::riff(wavbytes::fmtChunk(1, 1, 48000, 8) + "data" + wavbytes::le32(1u << 24) +
-                          std::string(100000, '\x90'));
-    const auto loadFile = [](const std::string& path) {
-        return [path] {
-            WaveConvolver fromFile;
-            fromFile.init("cab", {{"Location", "File"}, {"ImpulseResponses", path}, {"MaxIRSize", "8"}},
-                          noContext);
-            fromFile.setMaxBlockSize(64);
-            fromFile.setSampleRate(48000.0f);
-        };
+    const std::string cutPath = temporaryFile(
+        "cabinet-cut.wav",
+        riff(fmtChunk(1, 1, 48000, 8) + "data" + le32(1u << 24) + std::string(100000, '\x90')));
+    const auto loadFile = [&] {
+        WaveConvolver fromFile;
+        fromFile.init("cab", props("Location=File MaxIRSize=8 ImpulseResponses=" + cutPath),
+                      noContext);
+        fromFile.setMaxBlockSize(64);
+        fromFile.setSampleRate(48000.0f);
     };
-    auto cabinet = makeCabinet({}, {0.5f});
-    const Case cases[] = {
-        {"no ImpulseResponses", initWith({{"Location", "Memory"}, {"MaxIRSize", "8"}}),
-         typeid(NodaraException),
+    auto owner = makeCabinet("", {0.5f});
+    WaveConvolver& c = *owner;
+    expectFailures({
+        {initWith("Location=Memory MaxIRSize=8"), plain,
          "WaveConvolver: ImpulseResponses is not defined. WaveConvolver name=cab"},
-        {"no Location", initWith({{"ImpulseResponses", "a"}, {"MaxIRSize", "8"}}),
-         typeid(NodaraException), "WaveConvolver: Missing Location property."},
-        {"unknown Location", initWith({{"ImpulseResponses", "a"}, {"Location", "memory"}}),
-         typeid(InvalidArgumentException), "WaveConvolver: Invalid Location property memory"},
-        {"Dll without type", initWith({{"ImpulseResponses", "a"}, {"Location", "Dll"}}),
-         typeid(NodaraException), "WaveConvolver: Missing DllResourceType property."},
-        {"no MaxIRSize", initWith({{"ImpulseResponses", "a"}, {"Location", "File"}}),
-         typeid(NodaraException), "MaxIRSize is not defined. Convolver name=cab"},
-        {"selection above the count", [&] { cabinet->propertyChanged("Selected", 3.0f); },
-         typeid(NodaraException), "WaveConvolver: Invalid selection: 3 max selection value 2"},
-        {"silent response", [] { makeCabinet({}, Samples(100, 0.0f)); },
-         typeid(InvalidArgumentException), "Convolver: Invalid impulse response. IR is empty."},
-        {"two-argument init", [] { WaveConvolver().init("cab", noContext); },
-         typeid(OperationNotSupportedException),
+        {initWith("ImpulseResponses=a MaxIRSize=8"), plain,
+         "WaveConvolver: Missing Location property."},
+        {initWith("ImpulseResponses=a Location=memory"), invalid,
+         "WaveConvolver: Invalid Location property memory"},
+        {initWith("ImpulseResponses=a Location=Dll"), plain,
+         "WaveConvolver: Missing DllResourceType property."},
+        {initWith("ImpulseResponses=a Location=File"), plain,
+         "MaxIRSize is not defined. Convolver name=cab"},
+        {[&] { c.propertyChanged("Selected", 3.0f); }, plain,
+         "WaveConvolver: Invalid selection: 3 max selection value 2"},
+        {[] { makeCabinet("", Samples(100, 0.0f)); }, invalid,
+         "Convolver: Invalid impulse response. IR is empty."},
+        {[] { WaveConvolver().init("cab", noContext); }, unsupported,
          "WaveConvolver: init(name, context) is not yet implemented."},
-        {"iteration", [&] { cabinet->iteration(nullptr, 0, 0); },
-         typeid(OperationNotSupportedException), "WaveConvolver: Iteration is not supported."},
-        {"last results", [&] { cabinet->getLastIterationResults(); },
-         typeid(OperationNotSupportedException),
+        {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
+         "WaveConvolver: Iteration is not supported."},
+        {[&] { c.getLastIterationResults(); }, unsupported,
          "WaveConvolver: getLastIterationResults is not supported."},
-        {"end iteration", [&] { cabinet->endIteration(0); }, typeid(OperationNotSupportedException),
-         "WaveConvolver: endIteration is not supported."},
-        {"in place", [&] { cabinet->process(nullptr, 4); }, typeid(OperationNotSupportedException),
-         ""},
-        {"data chunk longer than the file", loadFile(cutPath), typeid(NodaraException),
+        {[&] { c.endIteration(0); }, unsupported, "WaveConvolver: endIteration is not supported."},
+        {[&] { c.process(nullptr, 4); }, unsupported, ""},
+        {loadFile, plain,
          "AudioFileRead" + cutPath + "Error while trying to read from the stream."},
-    };
-    for (const Case& c : cases) {
-        failurecheck::expectFailure(c);
-    }
+    });
     std::filesystem::remove(cutPath);
 }
 
@@ -206,31 +183,29 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
 // is read in pieces: a long stereo one gives its whole first channel.
 TEST(WaveConvolverTest, DocumentsNameEmbeddedAndFileResponses) {
     const Samples a = noise(300, 6), h = noise(813, 7), left = noise(40000, 8);
-    static const std::string bytes = wavbytes::floatWav(a, 44100);
+    static const std::string bytes = floatWav(a, 44100);
     EmbeddedResources::add("cabinet-ir", "IR", bytes.data(), bytes.size());
-    const auto path = std::filesystem::temp_directory_path() / "cabinet-driver-ir.wav";
-    std::ofstream(path, std::ios::binary) << wavbytes::floatWav(h, 48000);
     Samples interleaved;
     for (float sample : left) {
         interleaved.insert(interleaved.end(), {sample, 0.5f});
     }
-    const auto stereoPath = std::filesystem::temp_directory_path() / "cabinet-driver-stereo.wav";
-    std::ofstream(stereoPath, std::ios::binary) << wavbytes::riff(
-        wavbytes::fmtChunk(3, 2, 48000, 32) + wavbytes::chunk("data", wavbytes::floatData(interleaved)));
-    const auto cabinet = [](const std::string& properties, float rate) -> Samples {
+    const std::string mono = temporaryFile("cabinet-driver-ir.wav", floatWav(h, 48000));
+    const std::string stereo = temporaryFile(
+        "cabinet-driver-stereo.wav",
+        riff(fmtChunk(3, 2, 48000, 32) + chunk("data", floatData(interleaved))));
+    const auto cabinet = [](const std::string& properties, float rate = 48000.0f) -> Samples {
         const auto element = nodara::testing::element("WaveConvolver", "S",
-                                                      properties + " MaxIRSize=\"65536\"", "Graph");
+                                                      properties + " MaxIRSize='65536'", "Graph");
         auto driver = driverFor(oneGraphSystem(element, "S"), 64, rate);
-        auto* made = driver->getGraph("G")->getContext()->getElement("S");
-        return responseOf(dynamic_cast<WaveConvolver&>(*made));
+        return responseOf(dynamic_cast<WaveConvolver&>(
+            *driver->getGraph("G")->getContext()->getElement("S")));
     };
     const std::string embedded =
-        "Location=\"Dll\" DllResourceType=\"IR\" ImpulseResponses=\"cabinet-ir\"";
+        "Location='Dll' DllResourceType='IR' ImpulseResponses='cabinet-ir'";
     EXPECT_EQ(cabinet(embedded, 44100.0f), a);
-    EXPECT_EQ(cabinet(embedded, 48000.0f), resampleResponse(a, 44100.0, 48000.0));
-    EXPECT_EQ(cabinet("Location=\"File\" ImpulseResponses=\"" + path.string() + "\"", 48000.0f), h);
-    EXPECT_EQ(cabinet("Location=\"File\" ImpulseResponses=\"" + stereoPath.string() + "\"", 48000.0f),
-              left);
-    std::filesystem::remove(path);
-    std::filesystem::remove(stereoPath);
+    EXPECT_EQ(cabinet(embedded), resampleResponse(a, 44100.0, 48000.0));
+    EXPECT_EQ(cabinet("Location='File' ImpulseResponses='" + mono + "'"), h);
+    EXPECT_EQ(cabinet("Location='File' ImpulseResponses='" + stereo + "'"), left);
+    std::filesystem::remove(mono);
+    std::filesystem::remove(stereo);
 }

@@ -1,16 +1,19 @@
 // The committed tube tables: their sizes, the reference points the amplifier is voiced to, their
 // shapes and smoothness, and that the generator reproduces them byte for byte.
 
+#include "support/Tool.h"
+#include "tools/generators/GridCurves.h"
+#include "tools/generators/LoadLineSolver.h"
 #include "tools/generators/TableFiles.h"
 
 #include <gtest/gtest.h>
 
-#include "support/Tool.h"
-
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -30,15 +33,12 @@ struct Layout {
     std::size_t entries;
 };
 
-const std::map<std::string, Layout>& tableGrids() {
-    static const std::map<std::string, Layout> grids = {
-        {"V1", {{-8.0, 8.0, 0.01}, 1601}},         {"V2.lowCPU", {{-8.0, 100.0, 0.02}, 5401}},
-        {"V2.full", {{-8.0, 80.0, 0.02}, 4401}},   {"V3.lowCPU", {{-40.0, 100.0, 0.01}, 14001}},
-        {"V3.full", {{-40.0, 100.0, 0.01}, 14001}}, {"grid.V2V3", {{18.0, 30.0, 0.02}, 601}},
-        {"grid.VolumeControl", {{0.0, 20.0, 0.02}, 1001}},
-    };
-    return grids;
-}
+const std::map<std::string, Layout> layouts = {
+    {"V1", {{-8.0, 8.0, 0.01}, 1601}},         {"V2.lowCPU", {{-8.0, 100.0, 0.02}, 5401}},
+    {"V2.full", {{-8.0, 80.0, 0.02}, 4401}},   {"V3.lowCPU", {{-40.0, 100.0, 0.01}, 14001}},
+    {"V3.full", {{-40.0, 100.0, 0.01}, 14001}}, {"grid.V2V3", {{18.0, 30.0, 0.02}, 601}},
+    {"grid.VolumeControl", {{0.0, 20.0, 0.02}, 1001}},
+};
 
 /// A committed table, read once.
 struct Table {
@@ -46,22 +46,29 @@ struct Table {
     std::vector<float> values;
 
     double at(double vin) const { return values.at(grid.indexOf(vin)); }
-    double lowest() const { return *std::min_element(values.begin(), values.end()); }
     std::size_t indexOfLowest() const {
-        return static_cast<std::size_t>(std::min_element(values.begin(), values.end()) -
-                                        values.begin());
+        return std::size_t(std::min_element(values.begin(), values.end()) - values.begin());
     }
+    double lowest() const { return values[indexOfLowest()]; }
 };
 
 const Table& table(const std::string& name) {
     static std::map<std::string, Table> cache;
-    auto found = cache.find(name);
-    if (found == cache.end()) {
-        const Table loaded{tableGrids().at(name).grid,
-                           readFloat32File(dataDirectory() / (name + ".f32"))};
-        found = cache.emplace(name, loaded).first;
+    auto [found, added] = cache.try_emplace(name);
+    if (added) {
+        found->second = {layouts.at(name).grid, readFloat32File(dataDirectory() / (name + ".f32"))};
     }
     return found->second;
+}
+
+/// Every step of table `name` from entry `first` to its end moves the way of `sign`, strictly
+/// when `strict`.
+void expectSteps(const std::string& name, std::size_t first, int sign, bool strict) {
+    const std::vector<float>& v = table(name).values;
+    for (std::size_t i = first; i + 1 < v.size(); ++i) {
+        const float step = sign * (v[i + 1] - v[i]);
+        ASSERT_TRUE(strict ? step > 0.0f : step >= 0.0f) << name << " entry " << i + 1;
+    }
 }
 
 struct ReferencePoint {
@@ -73,7 +80,8 @@ struct ReferencePoint {
 void expectWithin(double tolerance, const std::vector<ReferencePoint>& points) {
     for (const ReferencePoint& point : points) {
         SCOPED_TRACE(std::string(point.table) + " at " + std::to_string(point.vin) + " V");
-        EXPECT_NEAR(table(point.table).at(point.vin), point.value, tolerance * std::abs(point.value));
+        const double allowed = tolerance * std::abs(point.value);
+        EXPECT_NEAR(table(point.table).at(point.vin), point.value, allowed);
     }
 }
 
@@ -108,7 +116,7 @@ void expectSmooth(const std::vector<double>& y, double roundingSteps, const std:
 const char* const stageCurves[] = {"V1", "V2.lowCPU", "V2.full", "V3.lowCPU", "V3.full"};
 
 TEST(TubeTables, EachTableHasOneValuePerInputStep) {
-    for (const auto& [name, layout] : tableGrids()) {
+    for (const auto& [name, layout] : layouts) {
         EXPECT_EQ(table(name).values.size(), layout.entries) << name;
         EXPECT_EQ(layout.grid.count(), layout.entries) << name;
     }
@@ -154,12 +162,10 @@ TEST(TubeTables, GridCurvesHoldTenGigohmsUpToTheOnsetAndFallAfterIt) {
     const std::map<std::string, double> onsets = {{"grid.V2V3", 18.30},
                                                   {"grid.VolumeControl", 1.42}};
     for (const auto& [name, onset] : onsets) {
-        const Table& curve = table(name);
-        const std::size_t atOnset = curve.grid.indexOf(onset);
+        const std::size_t atOnset = table(name).grid.indexOf(onset);
         for (std::size_t i = 0; i <= atOnset; ++i)
-            ASSERT_EQ(curve.values[i], 1e10f) << name << " entry " << i;
-        for (std::size_t i = atOnset; i + 1 < curve.values.size(); ++i)
-            ASSERT_LT(curve.values[i + 1], curve.values[i]) << name << " entry " << i + 1;
+            ASSERT_EQ(table(name).values[i], 1e10f) << name << " entry " << i;
+        expectSteps(name, atOnset, -1, true);
     }
 }
 
@@ -182,34 +188,24 @@ TEST(TubeTables, LowCpuCurvesFallToTheirLowestPoint) {
 }
 
 TEST(TubeTables, SecondStageFloorRisesGentlyAsItsCathodeCarriesGridCurrent) {
-    const Table& second = table("V2.lowCPU");
-    for (std::size_t i = second.indexOfLowest(); i + 1 < second.values.size(); ++i)
-        ASSERT_GE(second.values[i + 1], second.values[i]) << "entry " << i + 1;
-    EXPECT_LT(second.values.back(), 1.03 * second.lowest());
+    expectSteps("V2.lowCPU", table("V2.lowCPU").indexOfLowest(), 1, false);
+    EXPECT_LT(table("V2.lowCPU").values.back(), 1.03 * table("V2.lowCPU").lowest());
 }
 
 TEST(TubeTables, FullCurvesFoldBackUnderGridCurrent) {
-    const Table& secondFull = table("V2.full");
-    const std::size_t lowestAt = secondFull.indexOfLowest();
-    EXPECT_GT(secondFull.grid.vinAt(lowestAt), 2.0);
-    EXPECT_LT(secondFull.grid.vinAt(lowestAt), 5.0);
-    for (std::size_t i = lowestAt; i + 1 < secondFull.values.size(); ++i)
-        ASSERT_GT(secondFull.values[i + 1], secondFull.values[i]) << "V2.full entry " << i + 1;
-
-    const std::vector<float>& outputFull = table("V3.full").values;
-    for (std::size_t i = 0; i + 1 < outputFull.size(); ++i)
-        ASSERT_LT(outputFull[i + 1], outputFull[i]) << "V3.full entry " << i + 1;
+    const std::size_t lowestAt = table("V2.full").indexOfLowest();
+    EXPECT_GT(table("V2.full").grid.vinAt(lowestAt), 2.0);
+    EXPECT_LT(table("V2.full").grid.vinAt(lowestAt), 5.0);
+    expectSteps("V2.full", lowestAt, 1, true);
+    expectSteps("V3.full", 0, -1, true);
 }
 
 TEST(TubeTables, VariantsAreIdenticalUntilTheGridConducts) {
-    const auto identicalUpTo = [](const char* low, const char* full, double vin) {
-        const Table& a = table(low);
-        const Table& b = table(full);
-        for (std::size_t i = 0; i <= a.grid.indexOf(vin); ++i)
-            ASSERT_EQ(a.values[i], b.values[i]) << full << " entry " << i;
-    };
-    identicalUpTo("V2.lowCPU", "V2.full", 1.0);
-    identicalUpTo("V3.lowCPU", "V3.full", 10.0);
+    for (const auto& [low, full, vin] : {std::tuple{"V2.lowCPU", "V2.full", 1.0},
+                                         std::tuple{"V3.lowCPU", "V3.full", 10.0}}) {
+        for (std::size_t i = 0; i <= table(low).grid.indexOf(vin); ++i)
+            ASSERT_EQ(table(low).values[i], table(full).values[i]) << full << " entry " << i;
+    }
 }
 
 TEST(TubeTables, StageCurvesAreSmooth) {
@@ -238,10 +234,69 @@ TEST(TubeTables, GridConductancesAreSmoothOnceConducting) {
 TEST(TubeTables, GeneratorReproducesTheCommittedFilesByteForByte) {
     const auto folder = nodara::testing::generated("tubetables");
     ASSERT_FALSE(folder.empty());
-    for (const auto& [name, layout] : tableGrids()) {
+    for (const auto& [name, layout] : layouts) {
         const std::string file = name + ".f32";
         EXPECT_TRUE(bytesOf(folder / file) == bytesOf(dataDirectory() / file)) << file;
     }
+}
+
+// The root finder and the grid diode behind the tables, against closed forms.
+using namespace torvane::generators;
+
+struct RootCase {
+    std::string what;
+    std::function<double(double)> f;
+    double lo;
+    double hi;
+    double root;
+};
+
+// Steep, flat, tiny-valued and one-sided functions: the shapes a load line takes between
+// cut-off and saturation.
+std::vector<RootCase> rootCases() {
+    return {
+        {"cube root", [](double x) { return x * x * x - 2.0; }, 0.0, 2.0, std::cbrt(2.0)},
+        {"exponential over a wide bracket", [](double x) { return std::exp(x) - 10.0; }, -50.0,
+         50.0, std::log(10.0)},
+        {"milliampere-sized and flat", [](double x) { return 1e-3 * std::tanh(x - 0.3); }, -40.0,
+         40.0, 0.3},
+        {"falling", [](double x) { return 5.0 - x; }, 0.0, 260.0, 5.0},
+        {"zero at an end", [](double x) { return x; }, 0.0, 1.0, 0.0},
+        // A grid fed through a resistance: x + 48.4·x^1.5 = 0.0584 holds at x = 0.01.
+        {"grid knee", [](double x) { return x + 48.4 * std::pow(std::max(x, 0.0), 1.5) - 0.0584; },
+         -1.0, 1.0, 0.01},
+    };
+}
+
+TEST(LoadLineSolver, FindsTheZeroOfEveryBracketedShape) {
+    for (const RootCase& c : rootCases())
+        EXPECT_NEAR(findRoot(c.f, c.lo, c.hi), c.root, 1e-12 * (1.0 + std::abs(c.root))) << c.what;
+}
+
+TEST(LoadLineSolver, SearchFromAGuessFindsTheSameZeroWhereverTheGuessLies) {
+    for (const RootCase& c : rootCases()) {
+        const double plain = findRoot(c.f, c.lo, c.hi);
+        for (const double guess : {c.lo, c.hi, 0.5 * (c.lo + c.hi), plain})
+            EXPECT_NEAR(findRootNear(c.f, guess, 1e-3, c.lo, c.hi), plain,
+                        1e-12 * (1.0 + std::abs(plain)))
+                << c.what << ", guess " << guess;
+    }
+}
+
+TEST(LoadLineSolver, RejectsAnIntervalWithoutSignChange) {
+    EXPECT_THROW(findRoot([](double x) { return x * x + 1.0; }, -1.0, 1.0), std::logic_error);
+}
+
+TEST(GridDiode, ResistanceIsVoltageOverTheDiodeCurrent) {
+    // 1 V across a diode with K = 1e-3 A/V^1.5 passes 1 mA, which drops 1 V on 1 kΩ: at
+    // 0.5 V onset + 2 V the grid passes 1 mA, 2.5 kΩ seen from ground.
+    const GridDiode diode{0.5, 1e-3, 1e3};
+    EXPECT_NEAR(diode.resistanceAt(2.5), 2500.0, 1e-9);
+    // Without series resistance, the 3/2 law itself: 4 V past the onset passes 8·K.
+    const GridDiode bare{0.5, 1e-3, 0.0};
+    EXPECT_NEAR(bare.resistanceAt(4.5), 4.5 / 8e-3, 1e-9);
+    for (const double v : {-1.0, 0.0, 0.5})
+        EXPECT_EQ(diode.resistanceAt(v), nonConductingResistance) << v;
 }
 
 } // namespace

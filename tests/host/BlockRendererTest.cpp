@@ -10,7 +10,6 @@ namespace nodara::testing {
 namespace {
 
 using torvane::host::BlockRenderer;
-using torvane::host::ParameterChange;
 using torvane::host::PluginHost;
 using torvane::host::RenderSetup;
 
@@ -46,15 +45,6 @@ Channels render(const Channels& input, RenderSetup setup) {
     return output;
 }
 
-RenderSetup setupFor(int channels, int blockFrames) {
-    RenderSetup setup;
-    setup.channels = channels;
-    setup.audioRate = 1000.0;
-    setup.pluginRate = 1000.0;
-    setup.blockFrames = blockFrames;
-    return setup;
-}
-
 // Mono is announced as mono and feeds both inputs from one buffer; stereo keeps the channels
 // apart. The effect hears its own rate, not the audio's.
 TEST(BlockRenderer, AnnouncesTheLayoutAndFeedsTheChannels) {
@@ -64,11 +54,8 @@ TEST(BlockRenderer, AnnouncesTheLayoutAndFeedsTheChannels) {
     };
     for (const auto& [channels, arrangement, processes] : cases) {
         CallLog log;
-        auto setup = setupFor(channels, 64);
-        setup.pluginRate = 96000.0;
-        setup.changes = {ParameterChange{0, 0.5f, std::nullopt}};
         const Channels input = ramps(channels, 100);
-        const Channels output = render(input, setup);
+        const Channels output = render(input, {channels, 1000.0, 96000.0, 64, {{0, 0.5f, {}}}});
         ASSERT_EQ(output.size(), input.size());
         for (size_t c = 0; c < input.size(); ++c) {
             for (size_t i = 0; i < 100; ++i) {
@@ -84,11 +71,9 @@ TEST(BlockRenderer, AnnouncesTheLayoutAndFeedsTheChannels) {
 
 TEST(BlockRenderer, TimedChangesComeBeforeTheFirstBlockStartingAtOrAfterTheirTime) {
     CallLog log;
-    auto setup = setupFor(1, 100);
-    setup.changes = {ParameterChange{0, 0.25f, 0.25}, ParameterChange{1, 1.0f, std::nullopt},
-                     ParameterChange{0, 0.125f, 0.35}};
-    const Channels input(1, std::vector<float>(500, 1.0f));
-    const Channels output = render(input, setup);
+    const RenderSetup setup = {1, 1000.0, 1000.0, 100,
+                               {{0, 0.25f, 0.25}, {1, 1.0f, {}}, {0, 0.125f, 0.35}}};
+    const Channels output = render(Channels(1, std::vector<float>(500, 1.0f)), setup);
     EXPECT_EQ(output[0][299], 1.0f);
     EXPECT_EQ(output[0][300], 0.25f) << "0.25 s is frame 250: the block at 300 takes it";
     EXPECT_EQ(output[0][399], 0.25f);

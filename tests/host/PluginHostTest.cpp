@@ -1,9 +1,10 @@
 #include "support/TestPlugins.h"
-
+#include "tools/host/ParameterLookup.h"
 #include "tools/host/PluginHost.h"
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <unistd.h>
 
 namespace nodara::testing {
@@ -12,15 +13,18 @@ namespace {
 using torvane::host::ChannelLayout;
 using torvane::host::PluginHost;
 
-/// The message of the std::runtime_error that loading `path` throws, or "" when it loads.
-std::string loadError(const std::string& path) {
+/// The message of the std::runtime_error that `action` throws, or "" when none.
+template <class Action>
+std::string failure(Action&& action) {
     try {
-        PluginHost host(path);
+        action();
     } catch (const std::runtime_error& error) {
         return error.what();
     }
     return "";
 }
+
+std::string loadError(const std::string& path) { return failure([&] { PluginHost host(path); }); }
 
 TEST(PluginHost, DrivesTheEffectInTheHostOrder) {
     CallLog log;
@@ -45,16 +49,13 @@ TEST(PluginHost, DrivesTheEffectInTheHostOrder) {
 
 TEST(PluginHost, ReadsTheIdentityAndEightByteNamesWithoutTerminator) {
     PluginHost host(testPlugin("test_gain_plugin"));
-    const auto& identity = host.identity();
-    EXPECT_EQ(identity.effectName, "Test gain");
-    EXPECT_EQ(identity.vendor, "Quillon Audio tests");
-    EXPECT_EQ(identity.product, "Gain");
-    EXPECT_EQ(identity.vendorVersion, 7);
-    EXPECT_EQ(torvane::host::uniqueIdText(identity.uniqueId), "tGn1");
-    EXPECT_EQ(identity.version, 3);
-    EXPECT_EQ(identity.inputs, 2);
-    EXPECT_EQ(identity.outputs, 2);
-    EXPECT_EQ(identity.parameterNames, (std::vector<std::string>{"Level", "Oversamp"}));
+    const auto& id = host.identity();
+    EXPECT_EQ(std::tie(id.effectName, id.vendor, id.product),
+              std::tuple("Test gain", "Quillon Audio tests", "Gain"));
+    EXPECT_EQ(std::tuple(id.vendorVersion, id.version, id.inputs, id.outputs),
+              std::tuple(7, 3, 2, 2));
+    EXPECT_EQ(torvane::host::uniqueIdText(id.uniqueId), "tGn1");
+    EXPECT_EQ(id.parameterNames, (std::vector<std::string>{"Level", "Oversamp"}));
     EXPECT_FLOAT_EQ(host.parameter(1), 0.5f);
     EXPECT_EQ(torvane::host::uniqueIdText(0x01020304), "16909060");
 }
@@ -67,13 +68,10 @@ TEST(PluginHost, FindsTheEntryUnderMainWhenVstPluginMainIsMissing) {
 TEST(PluginHost, LoadsARelativePathFromTheWorkingFolderNotTheLibraryPath) {
     const auto previous = std::filesystem::current_path();
     std::filesystem::current_path(buildDirectory() + "/test-plugins");
-    std::string error;
-    try {
+    const std::string error = failure([] {
         PluginHost host("test_gain_plugin.so");
         EXPECT_EQ(host.path(), buildDirectory() + "/test-plugins/test_gain_plugin.so");
-    } catch (const std::exception& caught) {
-        error = caught.what();
-    }
+    });
     std::filesystem::current_path(previous);
     EXPECT_EQ(error, "");
 }
@@ -81,13 +79,9 @@ TEST(PluginHost, LoadsARelativePathFromTheWorkingFolderNotTheLibraryPath) {
 TEST(PluginHost, RefusesWhatItCannotHostWithTheReasonAndThePath) {
     const auto notAPlugin = scratch() / "not-a-plugin.so";
     std::ofstream(notAPlugin) << "just text";
-    struct Case {
-        std::string path;
-        std::string reason;
-    };
-    const std::vector<Case> cases = {
-        {"/no/such/effect.so", "plug-in /no/such/effect.so: no such file"},
-        {notAPlugin.string(), "plug-in " + notAPlugin.string() + ": cannot be loaded: "},
+    const std::pair<std::string, std::string> cases[] = {
+        {"/no/such/effect.so", "no such file"},
+        {notAPlugin.string(), "cannot be loaded: "},
         {testPlugin("test_plugin_no_entry"),
          "no entry point: it exports neither VSTPluginMain nor main"},
         {testPlugin("test_plugin_null_effect"), "the entry point returned no effect"},
@@ -98,10 +92,9 @@ TEST(PluginHost, RefusesWhatItCannotHostWithTheReasonAndThePath) {
         {testPlugin("test_plugin_no_inputs"),
          "the effect has 0 inputs and 2 outputs; it needs at least one of each"},
     };
-    for (const auto& c : cases) {
-        const std::string error = loadError(c.path);
-        EXPECT_EQ(error.rfind("plug-in " + c.path + ": ", 0), 0u) << error;
-        EXPECT_NE(error.find(c.reason), std::string::npos) << error;
+    for (const auto& [path, reason] : cases) {
+        EXPECT_EQ(loadError(path).rfind("plug-in " + path + ": " + reason, 0), 0u)
+            << loadError(path);
     }
 }
 
@@ -122,17 +115,14 @@ TEST(PluginHost, AnExceptionFromTheEffectBecomesAnErrorAndTheEffectIsStillClosed
         host.resume();
         std::vector<float> buffer(64);
         float* channels[] = {buffer.data(), buffer.data()};
-        try {
+        error = failure([&] {
             for (int block = 0; block < 3; ++block) {
                 host.process(channels, channels, 64);
             }
-        } catch (const std::runtime_error& caught) {
-            error = caught.what();
-        }
+        });
     }
     EXPECT_NE(error.find("processReplacing failed: the test effect fails on its third block"),
-              std::string::npos)
-        << error;
+              std::string::npos) << error;
     const auto lines = log.lines();
     ASSERT_GE(lines.size(), 2u);
     EXPECT_EQ(lines[lines.size() - 2], "mains 0");
@@ -152,6 +142,44 @@ TEST(PluginHost, RefusesCallsOutOfOrderOrOutOfBounds) {
     EXPECT_THROW(host.prepare(44100.0, 32, ChannelLayout::mono), std::logic_error) << "running";
     EXPECT_THROW(host.setParameter(2, 0.0f), std::out_of_range);
     EXPECT_THROW(host.setParameter(-1, 0.0f), std::out_of_range);
+}
+
+using torvane::host::findParameter;
+
+/// The names an amplifier with eight controls reports, cut to 8 bytes by the interface.
+const std::vector<std::string> reported = {"Volume",  "Feedback", "Output", "Oversamp",
+                                           "Cabinet", "CPU",      "Input",  "Stereo"};
+
+TEST(ParameterLookup, ExactThenFirstEightLettersInAnyCaseThenIndex) {
+    const std::vector<std::pair<std::string, int>> cases = {
+        {"Output", 2},     {"Oversamp", 3},  {"Oversampling", 3}, {"oversampling", 3},
+        {"OVERSAMPLE", 3}, {"cpu", 5},       {"stereo", 7},       {"0", 0},
+        {"7", 7},          {"Feedback!", 1},
+    };
+    for (const auto& [wanted, index] : cases) {
+        EXPECT_EQ(findParameter(reported, wanted), index) << wanted;
+    }
+}
+
+TEST(ParameterLookup, AnExactNameWinsOverALooserMatch) {
+    EXPECT_EQ(findParameter({"abcdefgh", "ABCDEFGH"}, "ABCDEFGH"), 1) << "over a match in case";
+    EXPECT_EQ(findParameter({"a", "b", "c", "0"}, "0"), 3) << "over an index";
+    EXPECT_EQ(findParameter({"Level", "level"}, "LEVEL"), 0) << "the first of equal matches";
+}
+
+TEST(ParameterLookup, UnknownNamesAndIndexesFailNamingThemAndListingTheNames) {
+    const std::string list = "its parameters are \"Volume\", \"Feedback\", \"Output\", "
+                             "\"Oversamp\", \"Cabinet\", \"CPU\", \"Input\", \"Stereo\" "
+                             "(or an index from 0 to 7)";
+    for (const std::string wanted : {"Gain", "Over", "8", "-1", "Vol", " 1", "1.0"}) {
+        try {
+            findParameter(reported, wanted);
+            ADD_FAILURE() << wanted << " was found";
+        } catch (const std::runtime_error& error) {
+            EXPECT_EQ(error.what(), "no parameter \"" + wanted + "\"; " + list);
+        }
+    }
+    EXPECT_THROW(findParameter({}, "0"), std::runtime_error);
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -56,21 +57,20 @@ GainEffect& self(vst2::AEffect* effect) { return *static_cast<GainEffect*>(effec
 /// What the host answers when the effect starts: its rate, block size, process level, vendor.
 void logHostAnswers(GainEffect& gain) {
     char vendor[64] = {};
-    auto ask = [&](vst2::VstInt32 opcode, void* ptr = nullptr) {
-        return gain.host(&gain.record, opcode, 0, 0, ptr, 0.0f);
-    };
-    const auto rate = ask(vst2::audioMasterGetSampleRate);
-    const auto block = ask(vst2::audioMasterGetBlockSize);
-    const auto level = ask(vst2::audioMasterGetCurrentProcessLevel);
-    ask(vst2::audioMasterGetVendorString, vendor);
-    log("host " + std::to_string(rate) + " " + std::to_string(block) + " " + std::to_string(level) +
-        " " + vendor);
+    std::string line = "host";
+    for (auto opcode : {vst2::audioMasterGetSampleRate, vst2::audioMasterGetBlockSize,
+                        vst2::audioMasterGetCurrentProcessLevel}) {
+        line += " " + std::to_string(gain.host(&gain.record, opcode, 0, 0, nullptr, 0.0f));
+    }
+    gain.host(&gain.record, vst2::audioMasterGetVendorString, 0, 0, vendor, 0.0f);
+    log(line + " " + vendor);
 }
 
-vst2::VstIntPtr copy(void* ptr, const char* text) {
-    std::strcpy(static_cast<char*>(ptr), text);
-    return 1;
-}
+/// The texts the effect tells about itself.
+const std::map<vst2::VstInt32, const char*> texts = {
+    {vst2::effGetEffectName, "Test gain"},
+    {vst2::effGetVendorString, "Quillon Audio tests"},
+    {vst2::effGetProductString, "Gain"}};
 
 std::string arrangement(const vst2::VstSpeakerArrangement* layout) {
     return layout == nullptr
@@ -81,6 +81,10 @@ std::string arrangement(const vst2::VstSpeakerArrangement* layout) {
 vst2::VstIntPtr dispatcher(vst2::AEffect* effect, vst2::VstInt32 opcode, vst2::VstInt32 index,
                            vst2::VstIntPtr value, void* ptr, float opt) {
     GainEffect& gain = self(effect);
+    if (const auto text = texts.find(opcode); text != texts.end()) {
+        std::strcpy(static_cast<char*>(ptr), text->second);
+        return 1;
+    }
     switch (opcode) {
     case vst2::effOpen:
         log("open");
@@ -112,12 +116,6 @@ vst2::VstIntPtr dispatcher(vst2::AEffect* effect, vst2::VstInt32 opcode, vst2::V
             std::strncpy(static_cast<char*>(ptr), parameterNames[index], vst2::kVstMaxParamStrLen);
         }
         return 0;
-    case vst2::effGetEffectName:
-        return copy(ptr, "Test gain");
-    case vst2::effGetVendorString:
-        return copy(ptr, "Quillon Audio tests");
-    case vst2::effGetProductString:
-        return copy(ptr, "Gain");
     case vst2::effGetVendorVersion:
         return 7;
     default:
@@ -164,12 +162,9 @@ vst2::AEffect* createEffect(vst2::AudioMasterCallback host) {
     record.dispatcher = dispatcher;
     record.setParameter = setParameter;
     record.getParameter = getParameter;
-    record.numPrograms = 1;
     record.numParams = parameterCount;
     record.numInputs = fault == Fault::noInputs ? 0 : 2;
     record.numOutputs = 2;
-    record.flags = vst2::effFlagsCanReplacing;
-    record.ioRatio = 1.0f;
     record.object = gain;
     record.uniqueID = vst2::fourCharacters('t', 'G', 'n', '1');
     record.version = 3;

@@ -22,13 +22,13 @@ TEST(Allocation, SteadyStateBlocksAllocateNothing) {
     const std::string controls =
         controlOf("0.5", target("Gain", "A") + target("Position", "S") + target("Bypass_2"));
     const std::string elements =
-        element("Gain", "A", "Gain=\"2\"", "Graph") +
-        element("LookupTableFilter", "T", "VinMin=\"-1\" VinMax=\"1\" DeltaV=\"1\" Vout=\"-1|0|1\"", "A") +
-        "<Element Type=\"Switch\" Name=\"S\"><Properties NumberOfInputs=\"2\"/><Inputs>"
-        "<Input Port=\"in_0\" Element=\"T\" Output=\"out\"/><Input Port=\"in_1\" Element=\"A\" "
-        "Output=\"out\"/></Inputs></Element>";
+        element("Gain", "A", "Gain='2'", "Graph") +
+        element("LookupTableFilter", "T", "VinMin='-1' VinMax='1' DeltaV='1' Vout='-1|0|1'", "A") +
+        "<Element Type='Switch' Name='S'><Properties NumberOfInputs='2'/><Inputs>"
+        "<Input Port='in_0' Element='T' Output='out'/><Input Port='in_1' Element='A' "
+        "Output='out'/></Inputs></Element>";
     for (const std::string method : {"Block", "Sequential"}) {
-        const auto properties = "<Properties ProcessingMethod=\"" + method + "\"/>";
+        const auto properties = "<Properties ProcessingMethod='" + method + "'/>";
         auto driver = driverFor(oneGraphSystem(elements, "S", properties, controls), 256);
         allocationsOfBlocks(*driver, 1);
         (*driver->getControls())[0]->setValue(0.25f);

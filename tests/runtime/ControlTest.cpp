@@ -8,16 +8,15 @@
 namespace nodara::testing {
 namespace {
 
-Control::Targets targets(std::initializer_list<const char*> names) {
+/// Two targets: `first`, of the type `type`, and "Gain".
+Control::Targets targets(const char* first, int32 type = Property::ScalarType) {
     auto list = std::make_shared<std::vector<std::shared_ptr<Property>>>();
-    int32 index = 0;
-    for (const char* name : names) {
-        auto property = std::make_shared<Property>();
-        property->name = name;
-        property->graphName = "G";
-        property->index = index++;
-        list->push_back(property);
+    for (const char* name : {first, "Gain"}) {
+        list->push_back(std::make_shared<Property>());
+        list->back()->name = name;
+        list->back()->index = int32(list->size()) - 1;
     }
+    list->front()->type = type;
     return list;
 }
 
@@ -26,7 +25,7 @@ TEST(Control, EachTargetHoldsItsOwnMappedValue) {
     const auto same = [](scalar v) { return v; };
     EXPECT_EQ(messageOf([&] { control.setMap(std::make_shared<Property>(), same); }),
               "Control: Properties are not set.");
-    auto list = targets({"Wiper", "Gain"});
+    auto list = targets("Wiper");
     control.setProperties(list);
     EXPECT_TRUE(control.isDirty());
     EXPECT_FLOAT_EQ((*list)[0]->value, 0.5f) << "targets start at the control's value";
@@ -41,8 +40,7 @@ TEST(Control, EachTargetHoldsItsOwnMappedValue) {
 
 TEST(Control, VectorTargetsGetFreshVectorsAndUnknownTypesAreRefused) {
     Control control("c", "C", 0.0f);
-    auto list = targets({"Vout", "Bad"});
-    (*list)[0]->type = Property::VectorType;
+    auto list = targets("Vout", Property::VectorType);
     control.setProperties(list);
     (*list)[1]->type = 2;
     EXPECT_EQ(messageOf([&] { control.setValue(1.0f); }), "Control: Unknown property type: 2");
@@ -53,7 +51,7 @@ TEST(Control, VectorTargetsGetFreshVectorsAndUnknownTypesAreRefused) {
 }
 
 TEST(Control, ValuesWrittenWhileBlocksRunAreNotLost) {
-    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain=\"1\"", "Graph"), "A", "",
+    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain='1'", "Graph"), "A", "",
                                            controlOf("0", target("Gain", "A"))),
                             16);
     auto control = (*driver->getControls())[0];

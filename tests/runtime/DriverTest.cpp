@@ -6,31 +6,12 @@
 namespace nodara::testing {
 namespace {
 
-/// Graph `name` whose one element R reads node "out" of graph `source`, or system input 0,
-/// and is the graph's output "out".
-std::string graphOf(const std::string& name, const std::string& source,
-                    const std::string& attributes = "", const std::string& type = "Recorder",
-                    const std::string& properties = "") {
-    const std::string input = source == "System" ? "<Input Graph=\"System\" Node=\"0\"/>"
-                                                 : "<Input Graph=\"" + source + "\" Node=\"out\"/>";
-    return "<Graph Name=\"" + name + "\" Type=\"DSP\" " + attributes + ">" +
-           element(type, "R", properties, "Graph") + "<Inputs>" + input + "</Inputs>" +
-           "<Output><Node Name=\"out\" Element=\"R\" Index=\"0\"/></Output>"
-           "<NumberOfInputs>1</NumberOfInputs></Graph>";
-}
-
-std::string systemOf(const std::string& graphs, const std::string& output,
-                     const std::string& rest = "") {
-    return "<System><Graphs>" + graphs + "</Graphs><Outputs><Output Graph=\"" + output +
-           "\" Node=\"out\"/></Outputs>" + rest + "</System>";
-}
-
 /// Up (x2) feeds Down (x0.5) which is the system output; a control switches both graphs.
 std::string rateChain(const std::string& controlTargets) {
-    return systemOf(graphOf("Up", "System", "Multiplier=\"2.0\"") +
-                        graphOf("Down", "Up", "Multiplier=\"0.5\""),
+    return systemOf(graphOf("Up", "System", "Multiplier='2.0'") +
+                        graphOf("Down", "Up", "Multiplier='0.5'"),
                     "Down",
-                    "<Controls><Control Name=\"Switch\" DisplayName=\"Switch\" Value=\"0\">"
+                    "<Controls><Control Name='Switch' DisplayName='Switch' Value='0'>"
                     "<Properties>" + controlTargets + "</Properties></Control></Controls>");
 }
 
@@ -51,29 +32,25 @@ RecordedSystem recordedSystem(const std::string& document, int32 block = 64) {
     return system;
 }
 
-TEST(Driver, GraphsRunAtTheRateOfTheirMultipliers) {
-    auto system = recordedSystem(rateChain(""));
-    EXPECT_EQ(system.driver->getMultipliers(), (std::vector<double>{1.0, 2.0}));
+// Half a block of 63 frames is 31.5, rounded to 32.
+TEST(Driver, GraphsRunAtTheRateOfTheirMultipliersInBlocksRoundedToTheNearestFrame) {
+    auto up = recordedSystem(rateChain(""));
+    auto half = recordedSystem(systemOf(graphOf("Half", "System", "Multiplier='0.5'") +
+                                            graphOf("Back", "Half", "Multiplier='2.0'"),
+                                        "Back"));
+    EXPECT_EQ(up.driver->getMultipliers(), (std::vector<double>{1.0, 2.0}));
     std::vector<scalar> input = testSignal(63);
-    system.driver->process({input.data()}, 63);
-    EXPECT_EQ(system.factory->made[0]->blocks, std::vector<size_t>{63});
-    EXPECT_EQ(system.factory->made[1]->blocks, std::vector<size_t>{126});
-    EXPECT_EQ(system.factory->made[1]->rates.back(), 96000.0f);
-}
-
-TEST(Driver, BlockSizesRoundToTheNearestFrame) {
-    auto system = recordedSystem(systemOf(graphOf("Half", "System", "Multiplier=\"0.5\"") +
-                                              graphOf("Back", "Half", "Multiplier=\"2.0\""),
-                                          "Back"));
-    EXPECT_EQ(system.driver->blockSizeFor(1, 63), 32) << "floor(31.5 + 0.5)";
-    std::vector<scalar> input = testSignal(63);
-    system.driver->process({input.data()}, 63);
-    EXPECT_EQ(system.factory->made[1]->blocks, std::vector<size_t>{32});
+    up.driver->process({input.data()}, 63);
+    half.driver->process({input.data()}, 63);
+    EXPECT_EQ(up.factory->made[0]->blocks, std::vector<size_t>{63});
+    EXPECT_EQ(up.factory->made[1]->blocks, std::vector<size_t>{126});
+    EXPECT_EQ(up.factory->made[1]->rates.back(), 96000.0f);
+    EXPECT_EQ(half.factory->made[1]->blocks, std::vector<size_t>{32});
 }
 
 TEST(Driver, SwitchingRateChangingGraphsMovesTheRatesAtTheNextBlock) {
-    auto system = recordedSystem(rateChain("<Property Name=\"Bypass\" Graph=\"Up\"/>"
-                                           "<Property Name=\"Bypass\" Graph=\"Down\"/>"));
+    auto system = recordedSystem(rateChain("<Property Name='Bypass' Graph='Up'/>"
+                                           "<Property Name='Bypass' Graph='Down'/>"));
     auto& down = *system.factory->made[1];
     runBlocks(*system.driver, {testSignal(10)}, 10);
     (*system.driver->getControls())[0]->setValue(1.0f);
@@ -86,7 +63,7 @@ TEST(Driver, SwitchingRateChangingGraphsMovesTheRatesAtTheNextBlock) {
 }
 
 TEST(Driver, SuspendingARateChangingGraphFailsOnTheAudioThread) {
-    auto system = recordedSystem(rateChain("<Property Name=\"Suspend\" Graph=\"Down\"/>"));
+    auto system = recordedSystem(rateChain("<Property Name='Suspend' Graph='Down'/>"));
     EXPECT_EQ(messageOf([&] { runBlocks(*system.driver, {testSignal(4)}, 4); }),
               "Graph: Cannot suspend a graph with the multiplier not equal to 1. multiplier=0.5");
     system.driver->setSuspended(true);
@@ -96,8 +73,9 @@ TEST(Driver, SuspendingARateChangingGraphFailsOnTheAudioThread) {
 
 TEST(Driver, RefusesBlocksItCannotRun) {
     auto unset = std::make_shared<Driver>();
-    EXPECT_EQ(messageOf([&] { unset->process({}, 1); }), "Cannot process. Driver is not initialized.");
-    std::istringstream document(oneGraphSystem(element("Gain", "A", "Gain=\"1\"", "Graph"), "A"));
+    EXPECT_EQ(messageOf([&] { unset->process({}, 1); }),
+              "Cannot process. Driver is not initialized.");
+    std::istringstream document(oneGraphSystem(element("Gain", "A", "Gain='1'", "Graph"), "A"));
     unset->init(document);
     std::vector<scalar> input(4, 0.0f);
     EXPECT_EQ(messageOf([&] { unset->process({input.data()}, 4); }),
@@ -117,9 +95,9 @@ TEST(Driver, RefusesBlocksItCannotRun) {
 
 TEST(Driver, SystemOutputsCanPassTheHostInputThrough) {
     const std::string document =
-        "<System><Graphs><Graph Name=\"G\" Type=\"DSP\">" + element("Gain", "A", "Gain=\"2\"", "Graph") +
-        "<Inputs><Input Graph=\"System\" Node=\"1\"/></Inputs><NumberOfInputs>1</NumberOfInputs>"
-        "</Graph></Graphs><Outputs><Output Graph=\"System\" Node=\"1\"/></Outputs></System>";
+        "<System><Graphs><Graph Name='G' Type='DSP'>" + element("Gain", "A", "Gain='2'", "Graph") +
+        "<Inputs><Input Graph='System' Node='1'/></Inputs><NumberOfInputs>1</NumberOfInputs>"
+        "</Graph></Graphs><Outputs><Output Graph='System' Node='1'/></Outputs></System>";
     auto driver = driverFor(document, 8);
     EXPECT_EQ(driver->getNumberOfSystemInputs(), 2);
     std::vector<scalar> left(8), right(8);
@@ -129,50 +107,41 @@ TEST(Driver, SystemOutputsCanPassTheHostInputThrough) {
 
 TEST(Driver, TwoWiresFromOneSourceGraphAreOneDependency) {
     const std::string document =
-        "<System><Graphs>"
-        "<Graph Name=\"Sum\" Type=\"DSP\"><Element Type=\"Switch\" Name=\"S\">"
-        "<Properties NumberOfInputs=\"2\" Position=\"1\"/><Inputs>"
-        "<Input Port=\"in_0\" Element=\"Graph\" Output=\"0\"/>"
-        "<Input Port=\"in_1\" Element=\"Graph\" Output=\"1\"/></Inputs></Element>"
-        "<Inputs><Input Graph=\"Pre\" Node=\"a\"/><Input Graph=\"Pre\" Node=\"b\"/></Inputs>"
-        "<Output><Node Name=\"out\" Element=\"S\" Port=\"out\"/></Output>"
-        "<NumberOfInputs>2</NumberOfInputs></Graph>"
-        "<Graph Name=\"Pre\" Type=\"DSP\">" +
-        element("Gain", "A", "Gain=\"2\"", "Graph") + element("Gain", "B", "Gain=\"3\"", "Graph") +
-        "<Inputs><Input Graph=\"System\" Node=\"0\"/></Inputs><Output>"
-        "<Node Name=\"a\" Element=\"A\" Index=\"0\"/><Node Name=\"b\" Element=\"B\" Index=\"0\"/>"
-        "</Output><NumberOfInputs>1</NumberOfInputs></Graph>"
-        "</Graphs><Outputs><Output Graph=\"Sum\" Node=\"out\"/></Outputs></System>";
+        "<System><Graphs><Graph Name='Sum' Type='DSP'><Element Type='Switch' Name='S'>"
+        "<Properties NumberOfInputs='2' Position='1'/><Inputs><Input Port='in_0' Element='Graph' "
+        "Output='0'/><Input Port='in_1' Element='Graph' Output='1'/></Inputs></Element><Inputs>"
+        "<Input Graph='Pre' Node='a'/><Input Graph='Pre' Node='b'/></Inputs><Output><Node "
+        "Name='out' Element='S' Port='out'/></Output><NumberOfInputs>2</NumberOfInputs></Graph>"
+        "<Graph Name='Pre' Type='DSP'>" + element("Gain", "A", "Gain='2'", "Graph") +
+        element("Gain", "B", "Gain='3'", "Graph") + "<Inputs><Input Graph='System' Node='0'/>"
+        "</Inputs><Output><Node Name='a' Element='A' Index='0'/><Node Name='b' Element='B' "
+        "Index='0'/></Output><NumberOfInputs>1</NumberOfInputs></Graph></Graphs><Outputs>"
+        "<Output Graph='Sum' Node='out'/></Outputs></System>";
     auto driver = driverFor(document, 4);
     EXPECT_EQ(driver->getOrder(), (std::vector<int32>{1, 0}));
     EXPECT_EQ(runBlocks(*driver, {{1.0f, 2.0f}}, 2)[0], (std::vector<scalar>{3.0f, 6.0f}));
 }
 
 TEST(Driver, ControlValuesApplyAtTheHeadOfTheNextBlock) {
-    auto driver = driverFor(oneGraphSystem(element("Gain", "A", "Gain=\"5\"", "Graph"), "A", "",
-                                           controlOf("1", target("Gain", "A"))),
-                            4);
+    const auto gain = element("Gain", "A", "Gain='5'", "Graph");
+    auto driver = driverFor(oneGraphSystem(gain, "A", "", controlOf("1", target("Gain", "A"))), 4);
     EXPECT_EQ(runBlocks(*driver, {{1.0f, 1.0f}}, 2)[0], (std::vector<scalar>{1.0f, 1.0f}))
         << "the control's initial value replaces the document's";
     (*driver->getControls())[0]->setValue(0.25f);
-    EXPECT_EQ(runBlocks(*driver, {{1.0f, 1.0f, 1.0f, 1.0f}}, 4)[0],
-              (std::vector<scalar>{0.25f, 0.25f, 0.25f, 0.25f}));
+    EXPECT_EQ(runBlocks(*driver, {{1.0f, 1.0f, 1.0f}}, 3)[0], std::vector<scalar>(3, 0.25f));
 }
 
 // A chain of graphs, and one that changes the rate up and down around a curve.
 TEST(Driver, OutputDoesNotDependOnTheBlockSize) {
-    const std::string lookup = "VinMin=\"-1\" VinMax=\"1\" DeltaV=\"0.5\" Vout=\"-1|-0.9|0|0.9|1\"";
+    const std::string lookup = "VinMin='-1' VinMax='1' DeltaV='0.5' Vout='-1|-0.9|0|0.9|1'";
+    const std::string up = "CornerFrequency='15000' Factor='4' Order='2' Cascade='4' Type='Butterworth'";
+    const std::string down = "CornerFrequency='20000' Factor='4' Order='3' Cascade='2' Type='Bessel'";
     const std::string documents[] = {
-        systemOf(graphOf("Pre", "System", "", "Gain", "Gain=\"0.5\"") +
-                     graphOf("Post", "Pre", "", "LookupTableFilter", lookup),
-                 "Post"),
-        systemOf(graphOf("Up", "System", "Multiplier=\"4.0\"", "IirInterpolator",
-                         "CornerFrequency=\"15000\" Factor=\"4\" Order=\"2\" Cascade=\"4\" "
-                         "Type=\"Butterworth\"") +
+        systemOf(graphOf("Pre", "System", "", "Gain", "Gain='0.5'") +
+                     graphOf("Post", "Pre", "", "LookupTableFilter", lookup), "Post"),
+        systemOf(graphOf("Up", "System", "Multiplier='4.0'", "IirInterpolator", up) +
                      graphOf("Shape", "Up", "", "LookupTableFilter", lookup) +
-                     graphOf("Down", "Shape", "Multiplier=\"0.25\"", "IirDecimator",
-                             "CornerFrequency=\"20000\" Factor=\"4\" Order=\"3\" Cascade=\"2\" "
-                             "Type=\"Bessel\""),
+                     graphOf("Down", "Shape", "Multiplier='0.25'", "IirDecimator", down),
                  "Down"),
     };
     const auto input = testSignal(600);

@@ -2,6 +2,7 @@
 
 #include <sndfile.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -87,6 +88,17 @@ struct Audio {
         return samples[frame * static_cast<size_t>(channels) + static_cast<size_t>(channel)];
     }
 };
+
+/// A sine in each channel, a different pitch in each.
+inline Audio tone(int channels, size_t frames, int rate = 48000) {
+    Audio audio{channels, rate, {}};
+    for (size_t i = 0; i < frames; ++i) {
+        for (int c = 0; c < channels; ++c) {
+            audio.samples.push_back(0.4f * std::sin(0.01f * static_cast<float>(i) * float(c + 1)));
+        }
+    }
+    return audio;
+}
 
 inline void writeWav(const std::filesystem::path& path, const Audio& audio,
                      int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT) {

@@ -1,8 +1,10 @@
+#include "filterdesign/Design.h"
 #include "support/Tool.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 
 namespace nodara::testing {
 namespace {
@@ -13,16 +15,6 @@ std::filesystem::path writeDocument(const std::string& name, const std::string& 
     const auto path = scratch() / name;
     std::ofstream(path) << text;
     return path;
-}
-
-Audio tone(int channels, size_t frames, int rate = 48000) {
-    Audio audio{channels, rate, {}};
-    for (size_t i = 0; i < frames; ++i) {
-        for (int c = 0; c < channels; ++c) {
-            audio.samples.push_back(0.4f * std::sin(0.01f * static_cast<float>(i) * (c + 1)));
-        }
-    }
-    return audio;
 }
 
 /// `torvane run DOCUMENT --in IN --out OUT` with more arguments; OUT is in the scratch folder.
@@ -59,15 +51,16 @@ TEST(Check, ExamplesAndTheBuiltInDocumentAreAccepted) {
 }
 
 TEST(Check, DocumentErrorsArePrintedAloneOnTheFirstLineAndUnreadableFilesExitTwo) {
-    const auto path = writeDocument("bad.xml", "<System><Graphs><Graph Name=\"System\" Type=\"DSP\"/>"
-                                               "</Graphs></System>");
-    const auto result = torvane("check " + path.string());
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.firstErrorLine(), "\"System\" is a reserved graph name.");
-    EXPECT_TRUE(result.out.empty());
-    const auto empty = torvane("check " + writeDocument("empty.xml", "").string());
-    EXPECT_EQ(empty.exitCode, 1);
-    EXPECT_EQ(empty.err, "Cannot load xml document. Error: No document element found\n");
+    const std::pair<const char*, const char*> cases[] = {
+        {"<System><Graphs><Graph Name='System' Type='DSP'/></Graphs></System>",
+         "\"System\" is a reserved graph name."},
+        {"", "Cannot load xml document. Error: No document element found"}};
+    for (const auto& [text, message] : cases) {
+        const auto result = torvane("check " + writeDocument("bad.xml", text).string());
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.firstErrorLine(), message);
+        EXPECT_TRUE(result.out.empty());
+    }
     const auto unreadable = torvane("check /no/such/document.xml");
     EXPECT_EQ(unreadable.exitCode, 2);
     EXPECT_NE(unreadable.err.find("/no/such/document.xml"), std::string::npos);
@@ -91,15 +84,12 @@ TEST(Run, GainChainMatchesAnIndependentComputation) {
 
 TEST(Run, BlockSizeDoesNotChangeTheOutput) {
     const auto in = written("tone-blocks.wav", tone(1, 777));
-    std::vector<Audio> outputs;
+    std::vector<float> first;
     for (const std::string block : {"1", "13", "256", "1000"}) {
-        ASSERT_EQ(run(example("two-graph-lookup.xml"), in, "blocks-" + block + ".wav",
-                      " --block " + block).exitCode,
-                  0);
-        outputs.push_back(readWav(scratch() / ("blocks-" + block + ".wav")));
-    }
-    for (const auto& output : outputs) {
-        EXPECT_EQ(output.samples, outputs[0].samples);
+        const auto result = run(example("two-graph-lookup.xml"), in, "blocks.wav", " --block " + block);
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        const Audio output = readWav(scratch() / "blocks.wav");
+        EXPECT_EQ(output.samples, first.empty() ? (first = output.samples) : first) << block;
     }
 }
 
@@ -118,9 +108,8 @@ TEST(Run, ChannelsFeedSystemInputsAndMonoFeedsThemAll) {
 
 TEST(Run, TimedSettingsApplyAtTheFirstBlockThatStartsAtOrAfterTheirTime) {
     const auto in = written("ones.wav", Audio{1, 1000, std::vector<float>(1000, 1.0f)});
-    ASSERT_EQ(run(example("gain-chain.xml"), in, "timed.wav", " --block 100 --set Level=2@0.25")
-                  .exitCode,
-              0);
+    const auto result = run(example("gain-chain.xml"), in, "timed.wav", " --block 100 --set Level=2@0.25");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
     const Audio output = readWav(scratch() / "timed.wav");
     EXPECT_EQ(output.at(299, 0), 0.5f);
     EXPECT_EQ(output.at(300, 0), 1.0f) << "0.25 s is frame 250: the block at 300 applies it";
@@ -132,7 +121,7 @@ TEST(Run, FailuresExitOneAndLeaveNoOutput) {
     auto result = run(example("gain-chain.xml"), in, "never.wav", " --set Volume=1");
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_NE(result.err.find("Volume"), std::string::npos);
-    result = run(writeDocument("broken.xml", "<System><Graphs/></System>").string(), in, "never.wav");
+    result = run(writeDocument("broken.xml", "<System/>").string(), in, "never.wav");
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.firstErrorLine(), "No graphs to parse.");
     EXPECT_FALSE(std::filesystem::exists(out));
@@ -150,6 +139,42 @@ TEST(Usage, HelpAndMistakes) {
     const std::string gainChain = "run " + example("gain-chain.xml") + " --in x.wav";
     for (const char* more : {"", " --out y.wav --block 0", " --out y.wav --set Level"}) {
         EXPECT_EQ(torvane(gainChain + more).exitCode, 2) << more;
+    }
+}
+
+// Every coefficient of the library's design, printed to the last bit of its float.
+TEST(DesignCommand, PrintsTheDesignAsDocumentProperties) {
+    const ToolResult result = torvane("design --family butterworth --order 2 --fc 0.25");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    std::vector<float> a(2), b(3);
+    ASSERT_EQ(std::sscanf(result.out.c_str(), "A=\"%g|%g\" B=\"%g|%g|%g\"\n", &a[0], &a[1], &b[0],
+                          &b[1], &b[2]),
+              5)
+        << result.out;
+    filterdesign::IirDesignContext context(filterdesign::Options::Butterworth, 2, 0.25);
+    filterdesign::design(context);
+    EXPECT_EQ(a, *context.getA());
+    EXPECT_EQ(b, *context.getB());
+}
+
+// A design error, from the constructor's checks or from the design, is its message alone with
+// exit 1; a usage error exits 2 and adds a hint line after its message.
+TEST(DesignCommand, DesignErrorsPrintTheMessageAndUsageErrorsExitTwo) {
+    const struct {
+        const char* arguments;
+        int exitCode;
+        const char* firstLine;
+    } cases[] = {
+        {"--family butterworth --order 11 --fc 0.25", 1, "filter order out of range"},
+        {"--family bessel --order 2 --fc 0.5", 1, "IirDesignContext: fc1 must be (0, 0.5)."},
+        {"--family butterworth --order 2 --fc 0.2 --band bandpass --fc2 0.1", 1,
+         "IirDesignContext: fc2 must be above fc1."},
+        {"--family bessel --fc 0.1", 2, "torvane design: --family, --order and --fc are needed"},
+    };
+    for (const auto& c : cases) {
+        const ToolResult result = torvane(std::string("design ") + c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_EQ(result.firstErrorLine(), c.firstLine) << c.arguments;
     }
 }
 
