@@ -143,6 +143,10 @@ TEST(AmpCommand, UnknownControlsAndBadFilesFailCleanly) {
     EXPECT_EQ(result.exitCode, 1) << "the amplifier's controls go by their document names";
     EXPECT_NE(result.err.find("Gain"), std::string::npos) << "it lists the names";
     EXPECT_EQ(torvane("amp --in /no/such.wav --out " + out.string()).exitCode, 2);
+    // Its oversampling filters cannot be designed at or below 20 kHz: silence, were it allowed.
+    EXPECT_EQ(inOut("amp", input, out, " --rate 20000").firstErrorLine(),
+              "torvane amp: the amplifier runs at sample rates above 20000 Hz and up to 768000 Hz, "
+              "not 20000 Hz");
     EXPECT_FALSE(std::filesystem::exists(out));
 }
 
