@@ -14,6 +14,12 @@ void Graph::setNumberOfInputs(int32 count) {
         throw InvalidArgumentException(
             concat("Number of inputs must be greater than zero. Number of inputs =", count));
     }
+    // Every input is a stream the driver keeps a pointer for; a count past any real graph
+    // (a typing slip, or a number beyond the integer range) would only eat memory for minutes.
+    if (count > maxNumberOfInputs) {
+        throw InvalidArgumentException(concat("Number of inputs must be at most ",
+                                              maxNumberOfInputs, ". Number of inputs =", count));
+    }
     numberOfInputs = count;
 }
 

@@ -214,6 +214,8 @@ std::vector<ErrorCase> errorCases() {
         {inG(gain), "Invalid number of outputs for DSPGraph G, number of outputs: 0"},
         {inG(gain + "<NumberOfInputs>-1</NumberOfInputs>"),
          "Number of inputs must be greater than zero. Number of inputs =-1", invalid},
+        {inG(gain + "<NumberOfInputs>-2147483649</NumberOfInputs>"),
+         "Number of inputs must be at most 65536. Number of inputs =2147483647", invalid},
         {inG(gain + "<Properties ProcessingMethod='Fast'/>"),
          "DSPGraph: Invalid ProcessingMethod property Fast", invalid},
         {iterative("", "1", "2"), "DSPGraph: RelativeTollerance is not defined."},
