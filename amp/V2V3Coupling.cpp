@@ -4,7 +4,9 @@
 
 namespace torvane {
 
-V2V3Coupling::V2V3Coupling() { filter = std::make_shared<nodara::FirstOrderIIR>(); }
+V2V3Coupling::V2V3Coupling() : WrappedFilterPropertyCalculator(1) {
+    filter = std::make_shared<nodara::FirstOrderIIR>();
+}
 
 void V2V3Coupling::init(const std::map<std::string, scalar>&) { recompute(); }
 
@@ -25,8 +27,7 @@ void V2V3Coupling::recompute() {
     numerator[0] /= static_cast<scalar>(den);
     numerator[1] /= static_cast<scalar>(den);
     (*a)[0] = static_cast<scalar>((kC * R2 + kC * R1 - 1.0) / den);
-    filter->propertyChanged("A", a);
-    filter->propertyChanged("B", b);
+    installCoefficients();
 }
 
 } // namespace torvane

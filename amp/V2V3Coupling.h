@@ -2,9 +2,6 @@
 
 #include "amp/WrappedFilterPropertyCalculator.h"
 
-#include <memory>
-#include <vector>
-
 namespace torvane {
 
 /// The coupling between the second stage and the output stage, as a first-order high pass:
@@ -20,9 +17,6 @@ public:
     void propertyChanged(const std::string& name, scalar value) override;
     void setSampleRate(scalar sampleRate) override;
 
-    const std::vector<scalar>& getA() const { return *a; }
-    const std::vector<scalar>& getB() const { return *b; }
-
 private:
     void recompute();
 
@@ -30,8 +24,6 @@ private:
     double R2 = 220000.0; ///< ohms, grid resistor
     double C = 2.2e-8;    ///< farads, coupling capacitor
     double k = 1.0;       ///< twice the sample rate
-    std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(2, 0.0f);
-    std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(1, 0.0f);
 };
 
 } // namespace torvane

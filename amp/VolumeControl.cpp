@@ -5,7 +5,9 @@
 
 namespace torvane {
 
-VolumeControl::VolumeControl() { filter = std::make_shared<nodara::BiQuad>(); }
+VolumeControl::VolumeControl() : WrappedFilterPropertyCalculator(2) {
+    filter = std::make_shared<nodara::BiQuad>();
+}
 
 void VolumeControl::init(const std::map<std::string, scalar>& values) {
     auto found = values.find("Wiper");
@@ -45,8 +47,7 @@ void VolumeControl::recompute() {
     numerator[2] /= static_cast<scalar>(den);
     (*a)[0] = static_cast<scalar>(-2.0 * (D - M + 1.0) / den);
     (*a)[1] = static_cast<scalar>((D - M + L - 1.0) / den);
-    filter->propertyChanged("A", a);
-    filter->propertyChanged("B", b);
+    installCoefficients();
 }
 
 } // namespace torvane

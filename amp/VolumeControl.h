@@ -2,9 +2,6 @@
 
 #include "amp/WrappedFilterPropertyCalculator.h"
 
-#include <memory>
-#include <vector>
-
 namespace torvane {
 
 /// The volume network between the first and second triode, as a BiQuad: the driving plate
@@ -21,9 +18,6 @@ public:
     void propertyChanged(const std::string& name, scalar value) override;
     void setSampleRate(scalar sampleRate) override;
 
-    const std::vector<scalar>& getA() const { return *a; }
-    const std::vector<scalar>& getB() const { return *b; }
-
 private:
     void recompute();
 
@@ -33,8 +27,6 @@ private:
     double C1 = 2.2e-8;    ///< farads, coupling capacitor
     double C2 = 1.44e-10;  ///< farads, wiper to ground
     double k = 1.0;        ///< twice the sample rate
-    std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(3, 0.0f);
-    std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(2, 0.0f);
 };
 
 } // namespace torvane
