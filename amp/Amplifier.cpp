@@ -8,8 +8,9 @@
 #include "amp/V2V3PropertiesHandler.h"
 #include "amp/VolCtrlPropertiesHandler.h"
 #include "amp/VolumeControl.h"
-#include "dsp/LookupTableFilter.h"
-#include "dsp/WaveConvolver.h"
+#include "description/SystemLoader.h"
+#include "dsp/elements/LookupTableFilter.h"
+#include "dsp/convolution/WaveConvolver.h"
 #include "runtime/Context.h"
 #include "runtime/Exceptions.h"
 
@@ -137,11 +138,8 @@ std::vector<Map> mapsFor(const std::string& control, size_t targets) {
 
 std::shared_ptr<Driver> makeProductDriver(std::string_view document) {
     auto driver = std::make_shared<Driver>();
-    auto factories = std::make_shared<std::vector<std::shared_ptr<nodara::PluginDSPElementFactory>>>();
-    factories->push_back(std::make_shared<TorvaneFactory>());
-    driver->setPluginElementFactories(factories);
     std::istringstream text{std::string(document)};
-    driver->init(text);
+    nodara::loadSystem(*driver, text, {std::make_shared<TorvaneFactory>()});
     return driver;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/LookupTableFilter.h"
+#include "dsp/elements/LookupTableFilter.h"
 
 #include <memory>
 #include <optional>

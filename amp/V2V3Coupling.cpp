@@ -1,6 +1,6 @@
 #include "amp/V2V3Coupling.h"
 
-#include "dsp/FirstOrderIIR.h"
+#include "dsp/recursive/FirstOrderIIR.h"
 
 namespace torvane {
 

@@ -1,6 +1,6 @@
 #include "amp/VolumeControl.h"
 
-#include "dsp/BiQuad.h"
+#include "dsp/recursive/BiQuad.h"
 #include "runtime/Exceptions.h"
 
 namespace torvane {

@@ -1,7 +1,7 @@
 // The FFT convolver against a plain sliding-window convolution written straight on FFTW with
 // the same transform size: what the element's structure costs on top of the transforms.
 
-#include "dsp/Convolver.h"
+#include "dsp/convolution/Convolver.h"
 
 #include <benchmark/benchmark.h>
 #include <fftw3.h>

@@ -1,8 +1,8 @@
 // Recursive filters per sample, and the amplifier's oversampling pair per input sample.
-#include "dsp/BiQuad.h"
-#include "dsp/IirDecimator.h"
-#include "dsp/IirInterpolator.h"
-#include "dsp/Iir.h"
+#include "dsp/recursive/BiQuad.h"
+#include "dsp/resampling/IirDecimator.h"
+#include "dsp/resampling/IirInterpolator.h"
+#include "dsp/recursive/Iir.h"
 #include "filterdesign/Design.h"
 #include "filterdesign/IirDesignContext.h"
 #include "runtime/DSPContext.h"

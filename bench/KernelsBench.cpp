@@ -1,4 +1,4 @@
-#include "dsp/kernels/KernelBuilds.h"
+#include "kernels/KernelBuilds.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,6 @@
 // Driver overhead per block and the lookup stage per sample.
-#include "dsp/LookupTableFilter.h"
+#include "description/SystemLoader.h"
+#include "dsp/elements/LookupTableFilter.h"
 #include "runtime/DSPContext.h"
 #include "runtime/Driver.h"
 
@@ -52,7 +53,7 @@ void runDriver(benchmark::State& state, const std::string& document) {
     const auto block = static_cast<int>(state.range(0));
     auto driver = std::make_shared<nodara::Driver>();
     std::istringstream stream(document);
-    driver->init(stream);
+    nodara::loadSystem(*driver, stream);
     driver->setSampleRate(48000.0f);
     driver->setMaxBlockSize(block);
     std::vector<scalar> input(static_cast<size_t>(block), 0.25f);

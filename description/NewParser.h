@@ -2,6 +2,7 @@
 
 #include "runtime/Control.h"
 #include "runtime/Graph.h"
+#include "runtime/SystemLayout.h"
 
 #include <pugixml.hpp>
 
@@ -43,6 +44,10 @@ public:
     const IndexList& getOutputNodes() const { return outputNodes; }
     const std::shared_ptr<std::vector<std::shared_ptr<Control>>>& getControls() const {
         return controls;
+    }
+    /// All of the above, as the driver takes them.
+    SystemLayout getLayout() const {
+        return {graphs, inputGraphs, inputNodes, outputGraphs, outputNodes, controls};
     }
 
 private:

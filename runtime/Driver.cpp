@@ -1,7 +1,5 @@
 #include "runtime/Driver.h"
 
-#include "description/DSPElementFactory.h"
-#include "description/NewParser.h"
 #include "runtime/Context.h"
 #include "runtime/Element.h"
 #include "runtime/Exceptions.h"
@@ -13,7 +11,6 @@
 #include <iterator>
 #include <list>
 #include <set>
-#include <sstream>
 #include <thread>
 
 namespace nodara {
@@ -50,28 +47,8 @@ private:
 
 } // namespace
 
-void Driver::setElementFactory(const std::shared_ptr<DSPElementFactory>& factory) {
-    dspElementFactory = factory;
-}
-
-void Driver::setPluginElementFactories(const FactoryList& factories) {
-    pluginElementFactories = factories;
-}
-
-void Driver::init(std::istream& document) {
-    std::ostringstream text;
-    text << document.rdbuf();
-    NewParser parser;
-    if (dspElementFactory) {
-        parser.setElementFactory(dspElementFactory);
-    }
-    if (pluginElementFactories) {
-        for (const auto& factory : *pluginElementFactories) {
-            parser.getElementFactory()->addPluginFactory(factory);
-        }
-    }
-    parser.parse(text.str());
-    takeGraphs(parser);
+void Driver::init(const SystemLayout& layout) {
+    takeGraphs(layout);
     computeOrder();
     sizeBuffers();
     for (size_t g = 0; g < graphs->size(); ++g) {
@@ -80,21 +57,21 @@ void Driver::init(std::istream& document) {
             (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
         }
     }
-    controls = parser.getControls();
+    controls = layout.controls;
     bindProperties();
     initialized = true;
 }
 
-void Driver::takeGraphs(NewParser& parser) {
-    graphs = parser.getGraphs();
+void Driver::takeGraphs(const SystemLayout& layout) {
+    graphs = layout.graphs;
     for (const auto& graph : *graphs) {
         graph->getContext()->setDriver(shared_from_this());
         graphsByName[graph->getName()] = graph;
     }
-    inputGraphs = parser.getInputGraphs();
-    inputNodes = parser.getInputNodes();
-    outputGraphs = parser.getOutputGraphs();
-    outputNodes = parser.getOutputNodes();
+    inputGraphs = layout.inputGraphs;
+    inputNodes = layout.inputNodes;
+    outputGraphs = layout.outputGraphs;
+    outputNodes = layout.outputNodes;
 }
 
 // The input list is as wide as the widest graph, by its declared inputs or by its wires.

@@ -3,21 +3,16 @@
 #include "runtime/Control.h"
 #include "runtime/Graph.h"
 #include "runtime/Property.h"
+#include "runtime/SystemLayout.h"
 #include "runtime/Types.h"
 
 #include <atomic>
-#include <istream>
 #include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace nodara {
-
-class NewParser;
-
-class DSPElementFactory;
-class PluginDSPElementFactory;
 
 /// Runs a system: named graphs fed by each other and by the system inputs, in dependency
 /// order, each at its own rate (the product of the multipliers upstream), with control values
@@ -28,11 +23,10 @@ class PluginDSPElementFactory;
 /// call them while suspended. `setGraphsChanged` from an element during a block.
 class Driver : public std::enable_shared_from_this<Driver> {
 public:
-    using GraphList = std::shared_ptr<std::vector<std::shared_ptr<Graph>>>;
-    using IndexList = std::shared_ptr<std::vector<int32>>;
-    using IndexLists = std::shared_ptr<std::vector<IndexList>>;
-    using ControlList = std::shared_ptr<std::vector<std::shared_ptr<Control>>>;
-    using FactoryList = std::shared_ptr<std::vector<std::shared_ptr<PluginDSPElementFactory>>>;
+    using GraphList = SystemLayout::GraphList;
+    using IndexList = SystemLayout::IndexList;
+    using IndexLists = SystemLayout::IndexLists;
+    using ControlList = SystemLayout::ControlList;
 
     virtual ~Driver() = default;
 
@@ -49,10 +43,9 @@ public:
     /// A graph's multiplier, off or bypass state changed: rates are redone at the next block.
     virtual void setGraphsChanged() { graphsChanged.store(true); }
 
-    void setElementFactory(const std::shared_ptr<DSPElementFactory>& factory);
-    void setPluginElementFactories(const FactoryList& factories);
-    /// Parses the document, orders the graphs, computes their rates and binds the controls.
-    void init(std::istream& document);
+    /// Takes the system's graphs, wires and controls; orders the graphs, computes their rates
+    /// and binds the controls. Documents are read into a layout by the description layer.
+    void init(const SystemLayout& layout);
     /// Not while processing; redesigns rate-dependent filters.
     void setSampleRate(scalar rate);
     /// Not while processing; allocates. The largest block `process` will be given.
@@ -72,7 +65,7 @@ public:
     int32 blockSizeFor(size_t graph, int32 frames) const;
 
 private:
-    void takeGraphs(NewParser& parser);
+    void takeGraphs(const SystemLayout& layout);
     void computeOrder();
     void sizeBuffers();
     void updateMultipliers();
@@ -83,8 +76,6 @@ private:
     void publishOutputs(const std::vector<scalar*>& inputs);
     scalar* sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const;
 
-    std::shared_ptr<DSPElementFactory> dspElementFactory;
-    FactoryList pluginElementFactories;
     std::unordered_map<std::string, std::shared_ptr<Graph>> graphsByName;
     GraphList graphs = std::make_shared<std::vector<std::shared_ptr<Graph>>>();
     IndexLists inputGraphs;

@@ -272,7 +272,7 @@ TEST(DocumentErrors, EveryFaultEndsWithItsExactMessageAndClass) {
         try {
             auto driver = std::make_shared<Driver>();
             std::istringstream stream(error.document);
-            driver->init(stream);
+            loadSystem(*driver, stream);
             ADD_FAILURE() << "no exception; expected: " << error.message;
         } catch (const NodaraException& thrown) {
             EXPECT_EQ(thrown.getMessage(), error.message);

@@ -1,8 +1,8 @@
 #include "description/DSPElementFactory.h"
-#include "description/ElementMetas.h"
+#include "dsp/elements/ElementMetas.h"
 #include "description/NewParser.h"
-#include "dsp/Convolver.h"
-#include "dsp/Gain.h"
+#include "dsp/convolution/Convolver.h"
+#include "dsp/elements/Gain.h"
 #include "support/Documents.h"
 
 #include <gtest/gtest.h>

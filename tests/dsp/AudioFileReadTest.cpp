@@ -1,7 +1,7 @@
-#include "dsp/AudioFileRead.h"
-#include "dsp/DllResourceReader.h"
-#include "dsp/EmbeddedResources.h"
-#include "dsp/FileReader.h"
+#include "dsp/io/AudioFileRead.h"
+#include "dsp/io/DllResourceReader.h"
+#include "dsp/io/EmbeddedResources.h"
+#include "dsp/io/FileReader.h"
 
 #include "dsp/FailureCheck.h"
 #include "dsp/WavBytes.h"

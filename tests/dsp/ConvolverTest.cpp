@@ -1,5 +1,5 @@
-#include "dsp/Convolver.h"
-#include "dsp/Buffer.h"
+#include "dsp/convolution/Convolver.h"
+#include "dsp/convolution/Buffer.h"
 
 #include "dsp/ConvolutionReference.h"
 #include "dsp/FailureCheck.h"

@@ -1,4 +1,4 @@
-#include "dsp/LookupTableFilter.h"
+#include "dsp/elements/LookupTableFilter.h"
 #include "runtime/DSPContext.h"
 #include "support/Documents.h"
 

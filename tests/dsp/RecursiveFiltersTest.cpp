@@ -1,8 +1,8 @@
-#include "dsp/BiQuad.h"
-#include "dsp/DifferentialFilter.h"
-#include "dsp/FirstOrderIIR.h"
-#include "dsp/Iir.h"
-#include "dsp/ThirdOrderIIR.h"
+#include "dsp/recursive/BiQuad.h"
+#include "dsp/recursive/DifferentialFilter.h"
+#include "dsp/recursive/FirstOrderIIR.h"
+#include "dsp/recursive/Iir.h"
+#include "dsp/recursive/ThirdOrderIIR.h"
 #include "support/Documents.h"
 #include "support/Signals.h"
 

@@ -1,6 +1,6 @@
-#include "dsp/Mixer.h"
-#include "dsp/Relaxation.h"
-#include "dsp/Switch.h"
+#include "dsp/elements/Mixer.h"
+#include "dsp/elements/Relaxation.h"
+#include "dsp/elements/Switch.h"
 #include "support/Documents.h"
 
 #include "dsp/FailureCheck.h"

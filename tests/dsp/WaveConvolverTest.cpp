@@ -1,6 +1,6 @@
-#include "dsp/WaveConvolver.h"
-#include "dsp/EmbeddedResources.h"
-#include "dsp/ResponseResampler.h"
+#include "dsp/convolution/WaveConvolver.h"
+#include "dsp/io/EmbeddedResources.h"
+#include "dsp/convolution/ResponseResampler.h"
 #include "runtime/DSPGraph.h"
 #include "support/Documents.h"
 

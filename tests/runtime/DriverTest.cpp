@@ -22,11 +22,8 @@ struct RecordedSystem {
 
 RecordedSystem recordedSystem(const std::string& document, int32 block = 64) {
     RecordedSystem system{std::make_shared<Driver>(), std::make_shared<RecorderFactory>()};
-    auto factories = std::make_shared<std::vector<std::shared_ptr<PluginDSPElementFactory>>>();
-    factories->push_back(system.factory);
-    system.driver->setPluginElementFactories(factories);
     std::istringstream stream(document);
-    system.driver->init(stream);
+    loadSystem(*system.driver, stream, {system.factory});
     system.driver->setSampleRate(48000.0f);
     system.driver->setMaxBlockSize(block);
     return system;
@@ -76,7 +73,7 @@ TEST(Driver, RefusesBlocksItCannotRun) {
     EXPECT_EQ(messageOf([&] { unset->process({}, 1); }),
               "Cannot process. Driver is not initialized.");
     std::istringstream document(oneGraphSystem(element("Gain", "A", "Gain='1'", "Graph"), "A"));
-    unset->init(document);
+    loadSystem(*unset, document);
     std::vector<scalar> input(4, 0.0f);
     EXPECT_EQ(messageOf([&] { unset->process({input.data()}, 4); }),
               "Driver: Cannot process. maxBlockSize is not set.");

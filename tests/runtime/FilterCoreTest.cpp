@@ -1,4 +1,4 @@
-#include "dsp/Gain.h"
+#include "dsp/elements/Gain.h"
 #include "support/Documents.h"
 
 #include "dsp/FailureCheck.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "description/SystemLoader.h"
 #include "runtime/DSPContext.h"
 #include "runtime/Driver.h"
 #include "runtime/Exceptions.h"
@@ -19,7 +20,7 @@ inline std::shared_ptr<Driver> driverFor(const std::string& document, int32 maxB
                                          scalar sampleRate = 48000.0f) {
     auto driver = std::make_shared<Driver>();
     std::istringstream stream(document);
-    driver->init(stream);
+    loadSystem(*driver, stream);
     driver->setSampleRate(sampleRate);
     driver->setMaxBlockSize(maxBlockSize);
     return driver;
@@ -71,7 +72,7 @@ inline std::string initError(const std::string& document) {
     return messageOf([&] {
         auto driver = std::make_shared<Driver>();
         std::istringstream stream(document);
-        driver->init(stream);
+        loadSystem(*driver, stream);
     });
 }
 

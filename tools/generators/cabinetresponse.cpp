@@ -36,8 +36,8 @@
 // after sample 22614. Fixed seeds, our own mapping of the random engine's raw output and the
 // filters' fixed order of arithmetic make every run write the same bytes.
 
-#include "dsp/BiQuad.h"
-#include "dsp/FirstOrderIIR.h"
+#include "dsp/recursive/BiQuad.h"
+#include "dsp/recursive/FirstOrderIIR.h"
 #include "filterdesign/IirDesignContext.h"
 #include "filterdesign/PrototypePoles.h"
 #include "filterdesign/Recurrence.h"

@@ -1,0 +1,149 @@
+#include "dsp/elements/LookupTableFilter.h"
+
+#include "runtime/Exceptions.h"
+
+#include <xmmintrin.h>
+
+namespace nodara {
+
+namespace {
+
+/// Truncation toward zero as the processor does it: out of range or NaN gives INT32_MIN.
+inline int32 truncateToInt(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
+
+/// The lookup, in single precision and in this order of operations, so that every build
+/// gives the same bits. The fraction is measured in volts from float(i)·DeltaV, not taken
+/// from the product.
+inline scalar lookup(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
+                     scalar inverse) {
+    const scalar d = x - vinMin;
+    const int32 i = truncateToInt(inverse * d);
+    if (i < 1) {
+        return table[0];
+    }
+    if (i >= last) {
+        return table[last];
+    }
+    const scalar a = table[i];
+    const scalar b = table[i + 1];
+    if (a == b) {
+        return a;
+    }
+    return ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
+}
+
+} // namespace
+
+void LookupTableFilter::setDeltaV(scalar value) {
+    deltaV = value;
+    inverse = 1.0f / deltaV;
+}
+
+void LookupTableFilter::init(const std::string& filterName, std::shared_ptr<DSPContext>& ctx) {
+    Filter::init(filterName, ctx);
+    inputIndex = 0;
+    outputs.assign(1, buffer.get());
+    iterationResult->assign(1, 0.0f);
+}
+
+void LookupTableFilter::init(const std::string& filterName, const Properties& filterProperties,
+                             std::shared_ptr<DSPContext>& ctx) {
+    Filter::init(filterName, filterProperties, ctx);
+    inputIndex = 0;
+    outputs.assign(1, buffer.get());
+    iterationResult->assign(1, 0.0f);
+    if (filterProperties.empty()) {
+        return;
+    }
+    requireProperty(filterProperties, "VinMin", vinMin, scalarParser,
+                    InvalidArgumentException("VinMin is not defined. LookupTableAmp name=" +
+                                             filterName));
+    requireProperty(filterProperties, "VinMax", vinMax, scalarParser,
+                    InvalidArgumentException("VinMax is not defined. LookupTableAmp name=" +
+                                             filterName));
+    scalar spacing = 0.0f;
+    requireProperty(filterProperties, "DeltaV", spacing, scalarParser,
+                    InvalidArgumentException("DeltaV is not defined. LookupTableAmp name=" +
+                                             filterName));
+    if (!(spacing > 0.0f)) {
+        throw InvalidArgumentException("DeltaV must be greater than 0. LookupTableAmp name=" +
+                                       filterName);
+    }
+    setDeltaV(spacing);
+    std::string table;
+    if (readProperty(filterProperties, "Vout", table, stringParser)) {
+        splitScalars(table, listSeparator, *values);
+    }
+}
+
+void LookupTableFilter::propertiesChanged(const Properties& changed) {
+    if (changed.empty()) {
+        return;
+    }
+    readProperty(changed, "VinMin", vinMin, scalarParser);
+    readProperty(changed, "VinMax", vinMax, scalarParser);
+    scalar spacing = 0.0f;
+    if (readProperty(changed, "DeltaV", spacing, scalarParser)) {
+        setDeltaV(spacing);
+    }
+    std::string table;
+    if (readProperty(changed, "Vout", table, stringParser)) {
+        splitScalars(table, listSeparator, *values);
+    }
+}
+
+void LookupTableFilter::propertyChanged(const std::string& propertyName,
+                                        const std::shared_ptr<std::vector<scalar>>& newValues) {
+    if (propertyName != "Vout") {
+        throw InvalidArgumentException("LookupTableFilter: Unknown property " + propertyName);
+    }
+    if (!newValues || newValues->empty()) {
+        throw InvalidArgumentException("LookupTableFiter: empty Vout values array. ");
+    }
+    if (!values->empty() && values->size() != newValues->size()) {
+        throw InvalidArgumentException(concat("LookupTableFilter: size of Vout (", values->size(),
+                                              ") is not equal to the size of values (",
+                                              newValues->size(), " )"));
+    }
+    values = newValues;
+}
+
+scalar LookupTableFilter::process(scalar in) {
+    return lookup(in, values->data(), static_cast<int32>(values->size()) - 1, vinMin, deltaV,
+                  inverse);
+}
+
+void LookupTableFilter::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
+                                size_t framesPerBuffer) {
+    process(in[static_cast<size_t>(inputIndex)], out[0], framesPerBuffer);
+}
+
+scalar* LookupTableFilter::process(scalar*, size_t) { return nullptr; }
+
+void LookupTableFilter::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
+    if (framesPerBuffer == 0 || in == nullptr || out == nullptr) {
+        return;
+    }
+    if (values->empty()) {
+        throw NodaraException("LookupTableFilter: " + name + " lookup data is not defined.");
+    }
+    const scalar* table = values->data();
+    const auto last = static_cast<int32>(values->size()) - 1;
+    const scalar low = vinMin;
+    const scalar spacing = deltaV;
+    const scalar scale = inverse;
+    for (size_t frame = 0; frame < framesPerBuffer; ++frame) {
+        out[frame] = lookup(in[frame], table, last, low, spacing, scale);
+    }
+}
+
+Filter::IterationResults& LookupTableFilter::iteration(const IterationResults& in, size_t,
+                                                       int32) {
+    if (values->empty()) {
+        throw NodaraException("LookupTableFilter: " + name + " lookup data is not defined.");
+    }
+    (*iterationResult)[0] = process(in->at(0));
+    return iterationResult;
+}
+
+} // namespace nodara
