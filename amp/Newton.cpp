@@ -145,13 +145,17 @@ void Newton::reset() {
     next = 0.0f;
 }
 
-void Newton::addForward(const std::shared_ptr<Filter>& filter) { forward.push_back(filter); }
+void Newton::addForward(const std::shared_ptr<Filter>& filter) {
+    forward.push_back(filter);
+}
 
 void Newton::addForwardDerivative(const std::shared_ptr<Filter>& filter) {
     forwardDerivative.push_back(filter);
 }
 
-void Newton::addFeedback(const std::shared_ptr<Filter>& filter) { feedback.push_back(filter); }
+void Newton::addFeedback(const std::shared_ptr<Filter>& filter) {
+    feedback.push_back(filter);
+}
 
 void Newton::addFeedbackDerivative(const std::shared_ptr<Filter>& filter) {
     feedbackDerivative.push_back(filter);

@@ -44,7 +44,9 @@ BENCHMARK(FirPerSample)->Arg(64)->Arg(256);
 /// each, 80 dB, corner 18 kHz), per host sample at 48 kHz.
 void PolyphaseBy4PerInputSample(benchmark::State& state) {
     auto context = std::make_shared<nodara::DSPContext>();
-    const nodara::Properties design = {{"Factor", "4"}, {"Order", "192"}, {"Attenuation", "80"},
+    const nodara::Properties design = {{"Factor", "4"},
+                                       {"Order", "192"},
+                                       {"Attenuation", "80"},
                                        {"AbsoluteCornerFrequency", "18000"}};
     nodara::ResamplingUpsampler up;
     nodara::ResamplingDecimator down;

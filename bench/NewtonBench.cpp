@@ -32,16 +32,21 @@ std::shared_ptr<nodara::Filter> table(const char* name, F f,
 void NewtonTwoElementLoopPerSample(benchmark::State& state) {
     auto context = std::make_shared<nodara::DSPContext>();
     torvane::Newton newton;
-    newton.init("loop", {{"RelativeError", "1e-6"}, {"AbsoluteError", "1e-6"},
-                         {"MaxIterations", "50"}, {"FeedbackType", "Negative"}},
+    newton.init("loop",
+                {{"RelativeError", "1e-6"},
+                 {"AbsoluteError", "1e-6"},
+                 {"MaxIterations", "50"},
+                 {"FeedbackType", "Negative"}},
                 context);
-    newton.addForward(table("stage", [](double u) { return 0.5 * std::tanh(4 * u); }, context));
-    newton.addForwardDerivative(
-        table("slope", [](double u) { return 2 / std::pow(std::cosh(4 * u), 2); }, context));
+    newton.addForward(table(
+        "stage", [](double u) { return 0.5 * std::tanh(4 * u); }, context));
+    newton.addForwardDerivative(table(
+        "slope", [](double u) { return 2 / std::pow(std::cosh(4 * u), 2); }, context));
     auto beta = std::make_shared<nodara::Gain>();
     beta->init("beta", {{"Gain", "0.5"}}, context);
     newton.addFeedback(beta);
-    newton.addFeedbackDerivative(table("beta slope", [](double) { return 0.5; }, context));
+    newton.addFeedbackDerivative(table(
+        "beta slope", [](double) { return 0.5; }, context));
     newton.setMaxBlockSize(block);
     std::vector<scalar> in(block);
     for (size_t i = 0; i < block; ++i) {

@@ -36,7 +36,8 @@ void Fir::setCoefficients(const scalar* values, size_t count) {
         throw NodaraException("Fir: b cannot be null");
     }
     if (count > static_cast<size_t>(maxTaps)) {
-        throw NodaraException(concat("Maximum filter order is ", maxTaps, ". You requested: ", count));
+        throw NodaraException(
+            concat("Maximum filter order is ", maxTaps, ". You requested: ", count));
     }
     groups = static_cast<int32>((count + 3) / 4);
     // Reversed over the padded length: the zeros behind h's last tap come first.
@@ -51,8 +52,10 @@ void Fir::setCoefficients(const scalar* values, size_t count) {
 void Fir::process(const std::vector<scalar*>& in, size_t framesPerBuffer) {
     const size_t produced = outputFramesFor(framesPerBuffer);
     if (produced > outputCapacity) {
-        throw NodaraException(concat("Fir: ", produced, " output frames do not fit the output "
-                                     "buffer of ", outputCapacity, " frames."));
+        throw NodaraException(concat("Fir: ", produced,
+                                     " output frames do not fit the output "
+                                     "buffer of ",
+                                     outputCapacity, " frames."));
     }
     process(in, outputs, framesPerBuffer);
 }
@@ -139,7 +142,8 @@ void Fir::advance(size_t frames) {
 void Fir::keepFrames(int32 frames) {
     if (history && frames > kept) {
         const auto added = static_cast<size_t>(frames - kept);
-        std::memmove(history.get() + added, history.get(), static_cast<size_t>(kept) * sizeof(scalar));
+        std::memmove(history.get() + added, history.get(),
+                     static_cast<size_t>(kept) * sizeof(scalar));
         std::fill_n(history.get(), added, 0.0f);
     } else if (history && frames < kept) {
         std::memmove(history.get(), history.get() + (kept - frames),

@@ -44,8 +44,7 @@ public:
                  size_t framesPerBuffer) override;
     /// In place is allowed.
     void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
-    IterationResults& iteration(const IterationResults& in, size_t frame,
-                                int32 iteration) override;
+    IterationResults& iteration(const IterationResults& in, size_t frame, int32 iteration) override;
     /// Commits the latest pass and moves the history on by one frame.
     size_t endIteration(size_t frame) override;
     /// Grows the history (cleared) and the output buffer. Allocates.

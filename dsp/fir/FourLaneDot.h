@@ -36,8 +36,8 @@ inline scalar dot(const TapGroup* taps, int32 count, const scalar* window) {
 /// Four frames at once, each with the bits of dot(): frame k uses the taps at
 /// taps + k·tapStride (in groups) and the window at window + k·windowStride (in floats), and
 /// goes to out[k]. Four independent sums keep the adder busy.
-inline void dot4(const TapGroup* taps, size_t tapStride, const scalar* window,
-                 size_t windowStride, int32 count, scalar* out) {
+inline void dot4(const TapGroup* taps, size_t tapStride, const scalar* window, size_t windowStride,
+                 int32 count, scalar* out) {
     __m128 s0 = _mm_setzero_ps(), s1 = s0, s2 = s0, s3 = s0;
     const TapGroup* t1 = taps + tapStride;
     const TapGroup* t2 = t1 + tapStride;

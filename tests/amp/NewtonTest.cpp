@@ -21,15 +21,17 @@ using nodara::testing::runBlocks;
 
 const std::string tolerances = "RelativeError='1e-6' AbsoluteError='1e-6' FeedbackType='Negative' ";
 
-std::string member(const std::string& type, const std::string& name, const std::string& properties) {
+std::string member(const std::string& type, const std::string& name,
+                   const std::string& properties) {
     return "<Element Type='" + type + "' Name='" + name + "'><Properties " + properties +
            "/></Element>";
 }
 
 /// The slope of a gain: a table that gives `value` for any input.
 std::string constant(const std::string& name, const std::string& value) {
-    return member("LookupTableFilter", name,
-                  "VinMin='-1' VinMax='1' DeltaV='1' Vout='" + value + "|" + value + "|" + value + "'");
+    return member(
+        "LookupTableFilter", name,
+        "VinMin='-1' VinMax='1' DeltaV='1' Vout='" + value + "|" + value + "|" + value + "'");
 }
 
 /// A system whose one graph is the Newton element "N" on system input 0.
@@ -60,7 +62,8 @@ std::string cubeTables(const std::string& name) {
     return "<Forward>" + member("Gain", "drive", "Gain='2'") +
            member("LookupTableFilter", name, range + cube + "'") + "</Forward><ForwardDerivative>" +
            constant("drive-slope", "2") +
-           member("LookupTableFilter", name + "-slope", range + slope + "'") + "</ForwardDerivative>";
+           member("LookupTableFilter", name + "-slope", range + slope + "'") +
+           "</ForwardDerivative>";
 }
 
 // y = (2·(x − y/2))³: for any y, x = y/2 + ∛y / 2.
@@ -72,7 +75,8 @@ TEST(Newton, SolvesANonLinearLoopToItsClosedFormInAnyBlocks) {
                          "</FeedbackDerivative>");
     std::vector<float> y(500), x(500);
     for (size_t i = 0; i < y.size(); ++i) {
-        y[i] = static_cast<float>(0.9 * std::sin(0.05 * double(i)) + 0.05 * std::sin(1.3 * double(i)));
+        y[i] =
+            static_cast<float>(0.9 * std::sin(0.05 * double(i)) + 0.05 * std::sin(1.3 * double(i)));
         x[i] = static_cast<float>(y[i] / 2.0 + std::cbrt(double(y[i])) / 2.0);
     }
     for (int block : {1, 7, 64}) {
@@ -89,13 +93,13 @@ TEST(Newton, SolvesANonLinearLoopToItsClosedFormInAnyBlocks) {
 // filter's own state.
 TEST(Newton, RecursiveChainElementsSolveWithTheirPast) {
     const double b0 = 0.3, b1 = 0.2, b2 = 0.1, a1 = -0.5, a2 = 0.2, g = 0.8;
-    const std::string document = newtonSystem(
-        tolerances + "MaxIterations='10'",
-        "<Forward>" + member("BiQuad", "f", "A='-0.5|0.2' B='0.3|0.2|0.1'") +
-            "</Forward><ForwardDerivative>" + constant("f-slope", "0.3") +
-            "</ForwardDerivative><Feedback>" + member("Gain", "g", "Gain='0.8'") +
-            "</Feedback><FeedbackDerivative>" + constant("g-slope", "0.8") +
-            "</FeedbackDerivative>");
+    const std::string document =
+        newtonSystem(tolerances + "MaxIterations='10'",
+                     "<Forward>" + member("BiQuad", "f", "A='-0.5|0.2' B='0.3|0.2|0.1'") +
+                         "</Forward><ForwardDerivative>" + constant("f-slope", "0.3") +
+                         "</ForwardDerivative><Feedback>" + member("Gain", "g", "Gain='0.8'") +
+                         "</Feedback><FeedbackDerivative>" + constant("g-slope", "0.8") +
+                         "</FeedbackDerivative>");
     const auto x = nodara::testing::noise(300, 5);
     const auto out = runBlocks(*driverOf(document), {x}, 64)[0];
     double u1 = 0, u2 = 0, y1 = 0, y2 = 0;
@@ -130,7 +134,8 @@ TEST(Newton, FaultsGiveTheirClassAndMessage) {
     auto newton = made<Newton>(errors + "MaxIterations=5 FeedbackType=Positive", "N");
     std::vector<float> block(4);
     const auto load = [](const std::string& chains) {
-        return [chains] { makeProductDriver(newtonSystem(tolerances + "MaxIterations='5'", chains)); };
+        return
+            [chains] { makeProductDriver(newtonSystem(tolerances + "MaxIterations='5'", chains)); };
     };
     const std::string gain = member("Gain", "g", "Gain='1'");
     expectFailures({
@@ -155,7 +160,8 @@ TEST(Newton, FaultsGiveTheirClassAndMessage) {
          "Newton: N has 0 Feedback elements and 1 FeedbackDerivative elements; each needs one "
          "derivative element beside it."},
         {load("<Feedback><Element Type='Gain' Name='g'><Properties Gain='1'/><Inputs/></Element>"
-              "</Feedback><FeedbackDerivative>" + gain + "</FeedbackDerivative>"),
+              "</Feedback><FeedbackDerivative>" +
+              gain + "</FeedbackDerivative>"),
          plain, "Element g in the Feedback list of N has Inputs: a chain is wired in its order."},
         {load("<Forward>" + member("Gian", "g", "") + "</Forward>"), plain,
          "Unknown element type: Gian"},

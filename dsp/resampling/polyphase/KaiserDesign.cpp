@@ -45,8 +45,8 @@ scalar besselI0(scalar x) {
         return polynomial(c, t * t);
     }
     // 9.8.2: √x·e^(−x)·I0(x) in powers of 3.75 / x.
-    static constexpr scalar c[] = {0.39894228f,  0.01328592f, 0.00225319f,
-                                   -0.00157565f, 0.00916281f, -0.02057706f,
+    static constexpr scalar c[] = {0.39894228f,  0.01328592f,  0.00225319f,
+                                   -0.00157565f, 0.00916281f,  -0.02057706f,
                                    0.02635537f,  -0.01647633f, 0.00392377f};
     return std::exp(ax) / std::sqrt(ax) * polynomial(c, 3.75f / ax);
 }
@@ -59,7 +59,8 @@ std::vector<scalar> kaiserLowPass(scalar attenuation, int32 count, scalar corner
     scalar sum = 0.0f;
     for (int32 j = 0; j < count; ++j) {
         const scalar k = static_cast<scalar>(j) - half;
-        const scalar ideal = k == 0.0f ? 2.0f * corner : std::sin(twoPi * corner * k) * inversePi / k;
+        const scalar ideal =
+            k == 0.0f ? 2.0f * corner : std::sin(twoPi * corner * k) * inversePi / k;
         // One tap alone has no window to speak of: 2k / (count − 1) would be 0 / 0.
         const scalar ratio = count > 1 ? 2.0f * k / static_cast<scalar>(count - 1) : 0.0f;
         const scalar window =
@@ -82,7 +83,8 @@ void KaiserSettings::read(const Properties& properties, const char* elementType)
         throw InvalidArgumentException(concat(type, ": Factor must be specified"));
     }
     if (factor < 1) {
-        throw InvalidArgumentException(concat(type, ": Factor must be greater than 0. Factor=", factor));
+        throw InvalidArgumentException(
+            concat(type, ": Factor must be greater than 0. Factor=", factor));
     }
     if (!readProperty(properties, "Order", order, intParser)) {
         throw InvalidArgumentException(concat(type, ": Order must be specified"));
@@ -103,29 +105,31 @@ void KaiserSettings::read(const Properties& properties, const char* elementType)
         throw InvalidArgumentException(
             concat(type, ": Attenuation must be greater than 1. Attenuation=", attenuation));
     }
-    const bool relative = readProperty(properties, "RelativeCornerFrequency", relativeCorner,
-                                       scalarParser);
+    const bool relative =
+        readProperty(properties, "RelativeCornerFrequency", relativeCorner, scalarParser);
     absolute = readProperty(properties, "AbsoluteCornerFrequency", absoluteCorner, scalarParser);
     if (relative && absolute) {
-        throw InvalidArgumentException(concat(type, ": RelativeCornerFrequency and "
-                                                    "AbsoluteCornerFrequency are defined. Only "
-                                                    "one is allowed."));
+        throw InvalidArgumentException(concat(type,
+                                              ": RelativeCornerFrequency and "
+                                              "AbsoluteCornerFrequency are defined. Only "
+                                              "one is allowed."));
     }
     if (!relative && !absolute) {
-        throw InvalidArgumentException(concat(type, ": Either RelativeCornerFrequency or "
-                                                    "AbsoluteCornerFrequency must be specified."));
+        throw InvalidArgumentException(concat(type,
+                                              ": Either RelativeCornerFrequency or "
+                                              "AbsoluteCornerFrequency must be specified."));
     }
     if (relative && !(relativeCorner > 0.0f && relativeCorner < 1.0f)) {
-        throw InvalidArgumentException(
-            concat(type, ": RelativeCornerFrequency must be between 0 and 1. "
-                         "RelativeCornerFrequency=",
-                   relativeCorner));
+        throw InvalidArgumentException(concat(type,
+                                              ": RelativeCornerFrequency must be between 0 and 1. "
+                                              "RelativeCornerFrequency=",
+                                              relativeCorner));
     }
     if (absolute && !(absoluteCorner > 0.0f)) {
-        throw InvalidArgumentException(
-            concat(type, ": AbsoluteCornerFrequency must be greater than 0. "
-                         "AbsoluteCornerFrequency=",
-                   absoluteCorner));
+        throw InvalidArgumentException(concat(type,
+                                              ": AbsoluteCornerFrequency must be greater than 0. "
+                                              "AbsoluteCornerFrequency=",
+                                              absoluteCorner));
     }
 }
 

@@ -21,8 +21,7 @@ public:
               std::shared_ptr<DSPContext>& context) override;
     /// In place is allowed.
     void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
-    IterationResults& iteration(const IterationResults& in, size_t frame,
-                                int32 iteration) override;
+    IterationResults& iteration(const IterationResults& in, size_t frame, int32 iteration) override;
     IterationResults& getLastIterationResults() override;
     size_t endIteration(size_t frame) override;
 

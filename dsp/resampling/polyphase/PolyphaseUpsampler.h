@@ -28,8 +28,7 @@ public:
     void setCoefficients(const scalar* taps, size_t count) override;
     /// `out` takes Factor × framesPerBuffer frames. In place is allowed.
     void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
-    IterationResults& iteration(const IterationResults& in, size_t frame,
-                                int32 iteration) override;
+    IterationResults& iteration(const IterationResults& in, size_t frame, int32 iteration) override;
     IterationResults& getLastIterationResults() override;
     size_t endIteration(size_t frame) override;
 
