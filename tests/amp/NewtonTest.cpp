@@ -1,5 +1,6 @@
 #include "amp/Amplifier.h"
 #include "amp/Newton.h"
+#include "support/AllocationCounter.h"
 #include "support/Documents.h"
 #include "support/Signals.h"
 
@@ -8,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
+#include <sstream>
 
 namespace torvane {
 namespace {
@@ -124,6 +127,31 @@ TEST(Newton, EmptyChainsNoIterationsAndLimits) {
     EXPECT_FLOAT_EQ(run("MaxIterations='3' MaxValue='0.1'")[0], 0.5f);
     // Half steps: 0.25 after one pass, then 0.375 from there.
     EXPECT_EQ(run("MaxIterations='2' Relaxation='0.5'")[0], 0.375f);
+}
+
+// The two examples of the finite resamplers and of Newton: only the block after a change of
+// Factor, which redesigns and grows buffers, may allocate.
+TEST(Newton, ExamplesAllocateOnlyAtAChangeOfRate) {
+    for (const char* name : {"newton-feedback.xml", "fir-oversampled-lookup.xml"}) {
+        std::ifstream file(std::string(TORVANE_SOURCE_DIR) + "/examples/" + name);
+        std::stringstream text;
+        text << file.rdbuf();
+        auto driver = driverOf(text.str(), 256);
+        auto input = nodara::testing::noise(256, 1);
+        const std::vector<float*> inputs = {input.data()};
+        const auto blocks = [&](int count) {
+            return nodara::testing::allocationsOf([&] {
+                for (int block = 0; block < count; ++block) {
+                    driver->process(inputs, 256);
+                }
+            });
+        };
+        blocks(1);
+        EXPECT_EQ(blocks(10), 0) << name;
+        (*driver->getControls())[0]->setValue(8.0f);
+        blocks(1);
+        EXPECT_EQ(blocks(10), 0) << name;
+    }
 }
 
 TEST(Newton, FaultsGiveTheirClassAndMessage) {
