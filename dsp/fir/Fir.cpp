@@ -52,10 +52,8 @@ void Fir::setCoefficients(const scalar* values, size_t count) {
 void Fir::process(const std::vector<scalar*>& in, size_t framesPerBuffer) {
     const size_t produced = outputFramesFor(framesPerBuffer);
     if (produced > outputCapacity) {
-        throw NodaraException(concat("Fir: ", produced,
-                                     " output frames do not fit the output "
-                                     "buffer of ",
-                                     outputCapacity, " frames."));
+        throw NodaraException(concat("Fir: ", produced, " output frames do not fit the output "
+                                     "buffer of ", outputCapacity, " frames."));
     }
     process(in, outputs, framesPerBuffer);
 }
