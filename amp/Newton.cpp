@@ -73,19 +73,20 @@ void Newton::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
     }
 }
 
-// The elements count passes from 0, as a graph's iteration does, so that a recursive element
-// works out the part of its output that its past gives on the first pass.
+// Passes are counted from 1 as the chain elements see them. A recursive element works out the
+// part of its output that its past gives on pass 0 only, so in a chain it acts through its
+// present-sample term alone: chains are meant for gains and tables.
 scalar Newton::solve(scalar in, size_t frame) {
     int32 passes = 0;
     convergence = 1.0f;
     error = 1.0f;
     while (!(convergence <= 0.0f && std::fabs(error) <= absoluteError) && passes < maxIterations) {
         step = 1.0f;
+        ++passes;
         (*value)[0] = estimate;
         runChain(feedback, feedbackDerivative, frame, passes);
         (*value)[0] = in - (*value)[0];
         runChain(forward, forwardDerivative, frame, passes);
-        ++passes;
         denominator = step + 1.0f;
         error = estimate - (*value)[0];
         step = relaxation * error / denominator;

@@ -92,28 +92,6 @@ TEST(Newton, SolvesANonLinearLoopToItsClosedFormInAnyBlocks) {
     }
 }
 
-// y = BiQuad(x − 0.8·y): per sample y = (b0·x + past) / (1 + 0.8·b0), the past from the
-// filter's own state.
-TEST(Newton, RecursiveChainElementsSolveWithTheirPast) {
-    const double b0 = 0.3, b1 = 0.2, b2 = 0.1, a1 = -0.5, a2 = 0.2, g = 0.8;
-    const std::string document =
-        newtonSystem(tolerances + "MaxIterations='10'",
-                     "<Forward>" + member("BiQuad", "f", "A='-0.5|0.2' B='0.3|0.2|0.1'") +
-                         "</Forward><ForwardDerivative>" + constant("f-slope", "0.3") +
-                         "</ForwardDerivative><Feedback>" + member("Gain", "g", "Gain='0.8'") +
-                         "</Feedback><FeedbackDerivative>" + constant("g-slope", "0.8") +
-                         "</FeedbackDerivative>");
-    const auto x = nodara::testing::noise(300, 5);
-    const auto out = runBlocks(*driverOf(document), {x}, 64)[0];
-    double u1 = 0, u2 = 0, y1 = 0, y2 = 0;
-    for (size_t i = 0; i < x.size(); ++i) {
-        const double past = b1 * u1 + b2 * u2 - a1 * y1 - a2 * y2;
-        const double y = (b0 * x[i] + past) / (1 + g * b0);
-        ASSERT_NEAR(out[i], y, 1e-5) << i;
-        u2 = u1, u1 = x[i] - g * y, y2 = y1, y1 = y;
-    }
-}
-
 TEST(Newton, EmptyChainsNoIterationsAndLimits) {
     const std::vector<float> x = {1.0f, -0.5f, 0.25f};
     const auto run = [&](const std::string& properties) {
