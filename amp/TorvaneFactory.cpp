@@ -1,6 +1,7 @@
 #include "amp/TorvaneFactory.h"
 
 #include "amp/FilterWrapper.h"
+#include "amp/Newton.h"
 #include "runtime/Exceptions.h"
 
 #include <functional>
@@ -13,6 +14,7 @@ namespace {
 const std::unordered_map<std::string, std::function<nodara::Filter*()>>& table() {
     static const std::unordered_map<std::string, std::function<nodara::Filter*()>> makers = {
         {"FilterWrapper", [] { return new FilterWrapper(); }},
+        {"Newton", [] { return new Newton(); }},
     };
     return makers;
 }

@@ -6,7 +6,7 @@
 
 namespace torvane {
 
-/// The product's own element types: "FilterWrapper".
+/// The product's own element types: "FilterWrapper" and "Newton".
 class TorvaneFactory : public nodara::PluginDSPElementFactory {
 public:
     nodara::Filter* create(const std::string& type) override;

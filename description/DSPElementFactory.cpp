@@ -5,9 +5,14 @@
 #include "dsp/recursive/DifferentialFilter.h"
 #include "dsp/recursive/FirstOrderIIR.h"
 #include "dsp/elements/Gain.h"
+#include "dsp/fir/Fir.h"
 #include "dsp/recursive/Iir.h"
 #include "dsp/resampling/IirDecimator.h"
 #include "dsp/resampling/IirInterpolator.h"
+#include "dsp/resampling/polyphase/PolyphaseDownsampler.h"
+#include "dsp/resampling/polyphase/PolyphaseUpsampler.h"
+#include "dsp/resampling/polyphase/ResamplingDecimator.h"
+#include "dsp/resampling/polyphase/ResamplingUpsampler.h"
 #include "dsp/elements/LookupTableFilter.h"
 #include "dsp/elements/Mixer.h"
 #include "dsp/elements/Relaxation.h"
@@ -39,6 +44,11 @@ const std::unordered_map<std::string, Maker>& builtInTable() {
         {"Gain", maker<Gain>()},
         {"DifferentialFilter", maker<DifferentialFilter>()},
         {"LookupTableFilter", maker<LookupTableFilter>()},
+        {"Fir", maker<Fir>()},
+        {"PolyphaseUpsampler", maker<PolyphaseUpsampler>()},
+        {"PolyphaseDownsampler", maker<PolyphaseDownsampler>()},
+        {"ResamplingUpsampler", maker<ResamplingUpsampler>()},
+        {"ResamplingDecimator", maker<ResamplingDecimator>()},
         {"IirInterpolator", maker<IirInterpolator>()},
         {"IirDecimator", maker<IirDecimator>()},
         {"Switch", maker<Switch>()},

@@ -2,6 +2,7 @@
 
 #include "description/DSPElementFactory.h"
 #include "description/NewParser.h"
+#include "runtime/ChainedFilter.h"
 #include "runtime/Exceptions.h"
 
 #include <algorithm>
@@ -107,21 +108,10 @@ std::shared_ptr<Graph> DSPGraphParser::parse(const std::string& name, const pugi
     }
     std::vector<std::string> names;
     for (const auto& selected : elements) {
-        const pugi::xml_node element = selected.node();
-        std::unique_ptr<Filter> filter(
-            owner->getElementFactory()->create(element.attribute("Type").value()));
-        const std::string elementName = element.attribute("Name").value();
-        if (elementName.empty()) {
-            throw NodaraException("Element name is not specified. Graph: " + name);
-        }
-        Properties properties;
-        if (auto propertiesNode = element.select_node("./Properties")) {
-            properties = attributesOf(propertiesNode.node());
-        }
-        filter->init(elementName, properties, context);
+        std::unique_ptr<Filter> filter = makeFilter(selected.node(), context, name);
+        names.push_back(filter->getName());
         context->addElement(filter.get());
         filter.release();
-        names.push_back(elementName);
     }
     connect(*graph, node, names);
     readOutputs(*graph, node, names);
@@ -129,6 +119,44 @@ std::shared_ptr<Graph> DSPGraphParser::parse(const std::string& name, const pugi
         graph->setNumberOfInputs(std::atoi(count.child_value()));
     }
     return graph;
+}
+
+std::unique_ptr<Filter> DSPGraphParser::makeFilter(const pugi::xml_node& element,
+                                                   std::shared_ptr<DSPContext>& context,
+                                                   const std::string& graphName) {
+    std::unique_ptr<Filter> filter(
+        owner->getElementFactory()->create(element.attribute("Type").value()));
+    const std::string elementName = element.attribute("Name").value();
+    if (elementName.empty()) {
+        throw NodaraException("Element name is not specified. Graph: " + graphName);
+    }
+    Properties properties;
+    if (auto propertiesNode = element.select_node("./Properties")) {
+        properties = attributesOf(propertiesNode.node());
+    }
+    filter->init(elementName, properties, context);
+    if (auto* chained = dynamic_cast<ChainedFilter*>(filter.get())) {
+        readChains(*chained, element, context, graphName);
+    }
+    return filter;
+}
+
+// A chain's elements are wired by their order in the list, so Inputs would be a mistake.
+void DSPGraphParser::readChains(ChainedFilter& chained, const pugi::xml_node& element,
+                                std::shared_ptr<DSPContext>& context,
+                                const std::string& graphName) {
+    for (const std::string& chain : chained.getChainNames()) {
+        for (const pugi::xml_node& member : element.child(chain.c_str()).children("Element")) {
+            if (member.child("Inputs")) {
+                throw NodaraException(concat("Element ", member.attribute("Name").value(),
+                                             " in the ", chain, " list of ",
+                                             element.attribute("Name").value(),
+                                             " has Inputs: a chain is wired in its order."));
+            }
+            chained.addToChain(chain, makeFilter(member, context, graphName));
+        }
+    }
+    chained.checkChains();
 }
 
 void DSPGraphParser::connect(DSPGraph& graph, const pugi::xml_node& node,

@@ -41,6 +41,8 @@ TEST(Check, ExamplesAndTheBuiltInDocumentAreAccepted) {
         {example("gain-chain.xml"), "ok: 1 graphs, 1 outputs, 1 controls\n"},
         {example("switch-by-control.xml"), "ok: 1 graphs, 1 outputs, 1 controls\n"},
         {example("two-graph-lookup.xml"), "ok: 2 graphs, 1 outputs, 1 controls\n"},
+        {example("fir-oversampled-lookup.xml"), "ok: 3 graphs, 1 outputs, 1 controls\n"},
+        {example("newton-feedback.xml"), "ok: 2 graphs, 2 outputs, 1 controls\n"},
         {"--builtin", "ok: 16 graphs, 2 outputs, 8 controls\n"},
     };
     for (const auto& [argument, out] : cases) {
