@@ -1,0 +1,25 @@
+#include "circuit/solvers/FullPivSystem.h"
+
+namespace nodara {
+
+void FullPivSystem::compute(const Eigen::MatrixXf& a) {
+    lu.compute(a);
+    permuted.resize(a.rows());
+}
+
+void FullPivSystem::solve(const Eigen::VectorXf& b, Eigen::VectorXf& x) {
+    if (!lu.isInvertible()) {
+        x = lu.solve(b);
+        return;
+    }
+    // The library's own steps for a full-rank matrix, with the scratch vector kept.
+    permuted.noalias() = lu.permutationP() * b;
+    lu.matrixLU().triangularView<Eigen::UnitLower>().solveInPlace(permuted);
+    lu.matrixLU().triangularView<Eigen::Upper>().solveInPlace(permuted);
+    const auto& columns = lu.permutationQ().indices();
+    for (Eigen::Index i = 0; i < permuted.size(); ++i) {
+        x[columns[i]] = permuted[i];
+    }
+}
+
+} // namespace nodara
