@@ -2,7 +2,11 @@
 
 namespace nodara {
 
+// A circuit's rows mix siemens (a 1 MOhm resistor is 1e-6) with unit rows and op-amp gains
+// of 1e5: the library's default threshold, relative to the largest pivot, would take a small
+// conductance for a zero. Only a pivot that all but vanishes marks the matrix singular.
 void FullPivSystem::compute(const Eigen::MatrixXf& a) {
+    lu.setThreshold(1e-20f);
     lu.compute(a);
     permuted.resize(a.rows());
 }
