@@ -1,6 +1,7 @@
 #include "circuit/solvers/NewtonSolver.h"
 
 #include "circuit/MNAContext.h"
+#include "kernels/KernelBuilds.h"
 #include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
 
@@ -65,6 +66,7 @@ void NewtonSolver::recompute() {
     }
     n = static_cast<int32>(size);
     firstFixedRow = n + context->getFixedCounter() + 1;
+    factorisation = firstFixedRow <= smallSystem ? &kernels::referenceBuild : nullptr;
 }
 
 bool NewtonSolver::solve(Eigen::VectorXf& x) {
@@ -119,11 +121,12 @@ void NewtonSolver::solveWithJacobian(Eigen::MatrixXf& jacobian) {
         kernels::saxpy(m, -y[i], jacobian.col(i).data(), y.data());
         delta[i] = y[i];
     }
-    if (const int32 code = kernels::ludcmp(m, jacobian.data(), n, pivots.data()); code != 0) {
+    const auto ludcmp = factorisation ? factorisation->ludcmp : &kernels::ludcmp;
+    const auto lubksb = factorisation ? factorisation->lubksb : &kernels::lubksb;
+    if (const int32 code = ludcmp(m, jacobian.data(), n, pivots.data()); code != 0) {
         throw NodaraException(concat("ludcmp returned error: ", code));
     }
-    if (const int32 code = kernels::lubksb(m, jacobian.data(), n, pivots.data(), y.data(),
-                                           delta.data());
+    if (const int32 code = lubksb(m, jacobian.data(), n, pivots.data(), y.data(), delta.data());
         code != 0) {
         throw NodaraException(concat("lubksb returned error: ", code));
     }

@@ -8,6 +8,10 @@
 
 namespace nodara {
 
+namespace kernels {
+struct KernelBuild;
+}
+
 /// Newton's method with the true Jacobian: per iteration r = rhs(x), y = A·x − r,
 /// J·delta = y, x −= Relaxation·delta. The fixed-voltage rows' corrections are known at once
 /// (their rows are the identity), so only the leading m×m block of J is factorised, in place,
@@ -47,6 +51,10 @@ private:
     /// n less the number of fixed-voltage nodes.
     int32 firstFixedRow = 0;
     std::vector<int32> pivots;
+    /// The plain-loop LU for small systems, where the vector forms' set-up costs more than it
+    /// saves (the results are the same bits); null: the dispatched kernels.
+    const kernels::KernelBuild* factorisation = nullptr;
+    static constexpr int32 smallSystem = 16;
     bool propertiesSet = false;
     bool initialized = false;
 };
