@@ -15,12 +15,7 @@ void LinearSolver::recompute() {
     const Eigen::MatrixXf& a = context->getStaticMatrix();
     lu.compute(a);
     inverse = lu.inverse();
-    const auto n = static_cast<uint32_t>(a.rows());
-    if (packedInverse && packedInverse->getRows() == n) {
-        packedInverse->updateMatrix(inverse.data(), n, n);
-    } else {
-        packedInverse = std::make_unique<PackedMatrix>(inverse.data(), n, n);
-    }
+    pack(packedInverse, inverse);
 }
 
 bool LinearSolver::solve(Eigen::VectorXf& x) {

@@ -58,13 +58,8 @@ void NewtonSolver::recompute() {
     context->assembleStaticMatrix();
     a = context->getStaticMatrix();
     lu.compute(a);
-    const auto size = static_cast<uint32_t>(a.rows());
-    if (packedA && packedA->getRows() == size) {
-        packedA->updateMatrix(a.data(), size, size);
-    } else {
-        packedA = std::make_unique<PackedMatrix>(a.data(), size, size);
-    }
-    n = static_cast<int32>(size);
+    pack(packedA, a);
+    n = static_cast<int32>(a.rows());
     firstFixedRow = n + context->getFixedCounter() + 1;
     factorisation = firstFixedRow <= smallSystem ? &kernels::referenceBuild : nullptr;
 }

@@ -39,12 +39,7 @@ void SimplifiedNewtonSolver::recompute() {
     context->assembleStaticMatrix();
     const Eigen::MatrixXf& a = context->getStaticMatrix();
     system.compute(a);
-    const auto size = static_cast<uint32_t>(a.rows());
-    if (packedA && packedA->getRows() == size) {
-        packedA->updateMatrix(a.data(), size, size);
-    } else {
-        packedA = std::make_unique<PackedMatrix>(a.data(), size, size);
-    }
+    pack(packedA, a);
 }
 
 bool SimplifiedNewtonSolver::solve(Eigen::VectorXf& x) {

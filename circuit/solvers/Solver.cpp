@@ -21,6 +21,15 @@ scalar Solver::errorOf(const Eigen::VectorXf& delta, const Eigen::VectorXf& x,
     return error;
 }
 
+void Solver::pack(std::unique_ptr<PackedMatrix>& packed, const Eigen::MatrixXf& matrix) {
+    const auto n = static_cast<uint32_t>(matrix.rows());
+    if (packed && packed->getRows() == n) {
+        packed->updateMatrix(matrix.data(), n, n);
+    } else {
+        packed = std::make_unique<PackedMatrix>(matrix.data(), n, n);
+    }
+}
+
 template <class T>
 T Solver::requirePositive(const Properties& properties, const std::string& key,
                           const PropertyParser<T>& parser, const std::string& missing,

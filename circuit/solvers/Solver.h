@@ -1,5 +1,6 @@
 #pragma once
 
+#include "circuit/PackedMatrix.h"
 #include "runtime/Properties.h"
 #include "runtime/Types.h"
 
@@ -43,6 +44,9 @@ protected:
     static T requirePositive(const Properties& properties, const std::string& key,
                              const PropertyParser<T>& parser, const std::string& missing,
                              const std::string& invalid);
+
+    /// Packs the square `matrix` into `packed`, in place when the size is unchanged.
+    static void pack(std::unique_ptr<PackedMatrix>& packed, const Eigen::MatrixXf& matrix);
 
     std::shared_ptr<MNAContext> context;
 };

@@ -59,12 +59,7 @@ void SuccessiveApproximationsSolver::recompute() {
         return;
     }
     inverse = system.inverse();
-    const auto n = static_cast<uint32_t>(a.rows());
-    if (packedInverse && packedInverse->getRows() == n) {
-        packedInverse->updateMatrix(inverse.data(), n, n);
-    } else {
-        packedInverse = std::make_unique<PackedMatrix>(inverse.data(), n, n);
-    }
+    pack(packedInverse, inverse);
 }
 
 bool SuccessiveApproximationsSolver::solve(Eigen::VectorXf& x) {

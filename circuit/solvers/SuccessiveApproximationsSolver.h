@@ -1,6 +1,5 @@
 #pragma once
 
-#include "circuit/PackedMatrix.h"
 #include "circuit/solvers/FullPivSystem.h"
 #include "circuit/solvers/Solver.h"
 

@@ -186,15 +186,20 @@ TEST(CircuitRun, OffAndBypassLeaveTheStateWhereItWas) {
     }
 }
 
-TEST(CircuitRun, SteadyStateBlocksAllocateNothingWithEverySolver) {
+// Moving a knob reassembles and refactors at the head of a block, into the same storage.
+TEST(CircuitRun, BlocksAllocateNothingWithEverySolverNotEvenAfterAKnobMoved) {
     const auto input = sine(256, 0.5, 1000.0);
     const std::vector<scalar*> inputs = {const_cast<scalar*>(input.data())};
+    const std::string knob = "<Controls><Control Name='Gain' DisplayName='Gain' Value='0.5'>"
+                             "<Properties><Property Name='Wiper' Graph='C' Element='P'/>"
+                             "</Properties></Control></Controls>";
     for (const std::string& solver : solvers) {
         auto driver =
-            driverFor(circuitSystem(opAmpStage, fromOperatingPoint(solver), {"out"}), 256);
+            driverFor(circuitSystem(opAmpStage, fromOperatingPoint(solver), {"out"}, 1, knob), 256);
         driver->process(inputs, 256);
         EXPECT_EQ(allocationsOf([&] {
                       for (int block = 0; block < 4; ++block) {
+                          (*driver->getControls())[0]->setValue(0.1f * static_cast<float>(block));
                           driver->process(inputs, 256);
                       }
                   }),
