@@ -33,7 +33,6 @@ public:
     const std::shared_ptr<MNAContext>& getMNAContext() const { return context; }
     void setContext(const std::shared_ptr<MNAContext>& mnaContext) { context = mnaContext; }
     void setAnalysis(std::unique_ptr<Analysis> value) { analysis = std::move(value); }
-    const Analysis* getAnalysis() const { return analysis.get(); }
 
     /// The circuit nodes whose voltages are the graph's outputs, in order.
     void setOutputs(const std::shared_ptr<std::vector<std::string>>& names);

@@ -58,9 +58,8 @@ void MNAContext::addListener(MNAEventListener* listener) {
 }
 
 void MNAContext::setInputs(const std::shared_ptr<std::vector<scalar>>& values) {
-    inputs = values;
     for (Component* component : components) {
-        component->connectInputs(inputs);
+        component->connectInputs(values);
     }
 }
 

@@ -42,8 +42,8 @@ public:
     /// Registers a listener once; not owned.
     void addListener(MNAEventListener* listener);
 
+    /// Hands the circuit's input samples to the parts that read them.
     void setInputs(const std::shared_ptr<std::vector<scalar>>& values);
-    const std::shared_ptr<std::vector<scalar>>& getInputs() const { return inputs; }
     void setOutputNames(const std::shared_ptr<std::vector<std::string>>& names) {
         outputNames = names;
     }
@@ -65,14 +65,10 @@ public:
     void stepListeners();
 
     const Eigen::MatrixXf& getStaticMatrix() const { return staticMatrix; }
-    Eigen::MatrixXf& getDynamicMatrix() { return dynamicMatrix; }
     const Eigen::VectorXf& getSolution() const { return solution; }
     int32 getSize() const { return static_cast<int32>(solution.size()); }
     /// Minus one less the number of fixed-voltage nodes: their rows are the last ones.
     int32 getFixedCounter() const { return fixedCounter; }
-    int32 getNodeIndexMax() const { return nodeIndexMax; }
-    int32 getExtraCount() const { return extraCount; }
-    bool isInitialized() const { return initialized; }
     bool isMatrixChanged() const { return matrixChanged; }
     void setMatrixChanged(bool value) { matrixChanged = value; }
 
@@ -80,7 +76,6 @@ public:
     const std::unordered_map<std::string, int32>& getNodeMap() const { return nodeMap; }
     /// Component names and the index of their first extra unknown.
     const std::unordered_map<std::string, int32>& getExtraMap() const { return extraMap; }
-    const std::vector<Component*>& getComponents() const { return components; }
 
 private:
     void numberFixedNodes();
@@ -112,7 +107,6 @@ private:
     std::vector<Component::NodeIndices> nodeIndices;
     std::vector<MNAEventListener*> listeners;
     std::vector<std::string> componentNames;
-    std::shared_ptr<std::vector<scalar>> inputs;
     std::shared_ptr<std::vector<scalar>> outputs = std::make_shared<std::vector<scalar>>();
     std::vector<int32> outputIndices;
     std::shared_ptr<std::vector<std::string>> outputNames;

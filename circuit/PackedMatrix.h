@@ -25,7 +25,6 @@ public:
     void product(const scalar* x, scalar* y, uint32_t nx, uint32_t ny);
 
     uint32_t getRows() const { return rows; }
-    uint32_t getCols() const { return cols; }
 
 private:
     struct alignas(16) Group {

@@ -14,8 +14,6 @@ public:
     Stamp getConductanceMatrix() override;
     void propertiesChanged(const Properties& properties) override;
     void propertyChanged(const std::string& propertyName, scalar value) override;
-    /// The position in use, after clamping.
-    scalar getWiper() const { return wiper; }
 
 protected:
     void configure(const Properties& properties) override;

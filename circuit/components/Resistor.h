@@ -12,7 +12,6 @@ public:
     Stamp getConductanceMatrix() override;
     void propertiesChanged(const Properties& properties) override;
     void propertyChanged(const std::string& propertyName, scalar value) override;
-    scalar getConductance() const { return conductance; }
 
 protected:
     void configure(const Properties& properties) override;
