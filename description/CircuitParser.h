@@ -11,7 +11,8 @@ namespace nodara {
 
 class NewParser;
 
-/// Fills one graph of Type "MNA".
+/// Fills one graph of Type "MNA": a Circuit with its context, components (made by the
+/// NewParser's component factory), output nodes, number of inputs and analysis.
 class CircuitParser {
 public:
     explicit CircuitParser(NewParser* owner) : owner(owner) {}

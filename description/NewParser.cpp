@@ -2,6 +2,7 @@
 
 #include "description/DSPElementFactory.h"
 #include "description/CircuitParser.h"
+#include "description/ComponentFactory.h"
 #include "description/DSPGraphParser.h"
 #include "runtime/Exceptions.h"
 #include "runtime/Property.h"
@@ -23,6 +24,7 @@ NewParser::NewParser()
     : dspGraphParser(std::make_unique<DSPGraphParser>(this)),
       circuitParser(std::make_unique<CircuitParser>(this)),
       elementFactory(std::make_shared<DSPElementFactory>()),
+      componentFactory(std::make_shared<ComponentFactory>()),
       graphs(std::make_shared<std::vector<std::shared_ptr<Graph>>>()),
       inputGraphs(std::make_shared<std::vector<IndexList>>()),
       inputNodes(std::make_shared<std::vector<IndexList>>()) {}

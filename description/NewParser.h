@@ -14,6 +14,7 @@
 namespace nodara {
 
 class CircuitParser;
+class ComponentFactory;
 class DSPElementFactory;
 class DSPGraphParser;
 
@@ -32,6 +33,9 @@ public:
 
     void setElementFactory(const std::shared_ptr<DSPElementFactory>& factory);
     const std::shared_ptr<DSPElementFactory>& getElementFactory() const { return elementFactory; }
+    const std::shared_ptr<ComponentFactory>& getComponentFactory() const {
+        return componentFactory;
+    }
     void parse(const std::string& document);
 
     /// Called by the graph parsers: the output node names of the graph just parsed.
@@ -63,6 +67,7 @@ private:
     std::unique_ptr<DSPGraphParser> dspGraphParser;
     std::unique_ptr<CircuitParser> circuitParser;
     std::shared_ptr<DSPElementFactory> elementFactory;
+    std::shared_ptr<ComponentFactory> componentFactory;
     std::shared_ptr<std::vector<std::shared_ptr<Graph>>> graphs;
     std::map<std::string, int32> graphIndex;
     std::vector<NameList> outputNames;

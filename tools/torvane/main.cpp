@@ -1,4 +1,5 @@
 #include "tools/torvane/Commands.h"
+#include "tools/torvane/OpCommand.h"
 
 #include "runtime/Exceptions.h"
 
@@ -26,6 +27,7 @@ Commands:
   amp --in IN --out OUT  run the built-in amplifier over an audio file
   tables [NAME --csv]    list the embedded tables, or print one
   run DOC.xml ...        run a document over an audio file
+  op DOC.xml             print the DC operating point of a document's circuits
   generate --out F.wav   write a test signal (sweep, sine or noise)
   info FILE.wav          print a file's format, peak and RMS level
   design --family F ...  print the coefficients of a recursive filter design
@@ -66,6 +68,7 @@ OUT.wav, written as 32-bit float WAV at the input's sample rate.
 On any failure the message goes to stderr, the exit code is 1 and no output
 file is left behind.
 )"}},
+        {"op", {torvane::cli::opCommand, torvane::cli::opUsage}},
         {"amp",
          {torvane::cli::ampCommand,
           R"(Usage: torvane amp --in IN.wav --out OUT.wav [--rate HZ] [--block N]

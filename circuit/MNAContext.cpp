@@ -1,0 +1,317 @@
+#include "circuit/MNAContext.h"
+
+#include "runtime/Exceptions.h"
+
+#include <algorithm>
+
+namespace nodara {
+
+MNAContext::MNAContext() { sampleRate = 48000.0f; }
+
+void MNAContext::addComponent(Element* element) {
+    if (initialized) {
+        throw NodaraException("Cannot add components after the context was initialized");
+    }
+    auto* component = dynamic_cast<Component*>(element);
+    if (component == nullptr) {
+        throw InvalidArgumentException("MNAContext: Element is not a component: " +
+                                       element->getName());
+    }
+    const std::string& name = component->getName();
+    if (!componentsByName.emplace(name, element).second) {
+        throw NodaraException("Duplicate component name: " + name);
+    }
+    if (component->isFixedVoltage() && !component->hasRhs()) {
+        componentsByName.erase(name);
+        throw NodaraException("Fixed voltage component must have rhs. Component name=" + name);
+    }
+    components.push_back(component);
+    owned.emplace_back(component);
+    componentNames.push_back(name);
+    hasRhsFlags.push_back(component->hasRhs());
+    extraCounts.push_back(component->getExtraVariableCount());
+    fixedVoltageFlags.push_back(component->isFixedVoltage());
+    nonlinearFlags.push_back(component->isNonlinear());
+}
+
+Element* MNAContext::getElement(const std::string& name) {
+    auto found = componentsByName.find(name);
+    if (found == componentsByName.end()) {
+        throw InvalidArgumentException("MNAContext cannot find element with name " + name);
+    }
+    return found->second;
+}
+
+void MNAContext::setSampleRate(scalar rate) {
+    Context::setSampleRate(rate);
+    if (initialized) {
+        for (MNAEventListener* listener : listeners) {
+            listener->samplingRateChanged(rate);
+        }
+    }
+}
+
+void MNAContext::addListener(MNAEventListener* listener) {
+    if (std::find(listeners.begin(), listeners.end(), listener) == listeners.end()) {
+        listeners.push_back(listener);
+    }
+}
+
+void MNAContext::setInputs(const std::shared_ptr<std::vector<scalar>>& values) {
+    for (Component* component : components) {
+        component->connectInputs(values);
+    }
+}
+
+void MNAContext::setAnalysisMode(int32 mode) {
+    if (initialized) {
+        for (MNAEventListener* listener : listeners) {
+            listener->analysisChanged(analysisMode, mode);
+        }
+    }
+    analysisMode = mode;
+}
+
+void MNAContext::build() {
+    numberFixedNodes();
+    numberNodes();
+    if (nodeIndexMax == -1) {
+        throw NodaraException("No MNA nodes.");
+    }
+    assignExtraUnknowns();
+    resolveFixedNodes();
+    for (size_t c = 0; c < components.size(); ++c) {
+        components[c]->setNodeIndices(nodeIndices[c]);
+    }
+    findOutputs();
+    const int32 n = nodeIndexMax + 1 + extraCount + (-1 - fixedCounter);
+    solution = Eigen::VectorXf::Zero(n);
+    fixedValues = Eigen::VectorXf::Zero(n);
+    staticMatrix = Eigen::MatrixXf::Zero(n, n);
+    dynamicMatrix = Eigen::MatrixXf::Zero(n, n);
+    initialized = true;
+}
+
+// Fixed nodes get provisional numbers −2, −3, ... that cannot be taken for ground; they move
+// behind the extra unknowns once those are counted.
+void MNAContext::numberFixedNodes() {
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (!fixedVoltageFlags[c]) {
+            continue;
+        }
+        const std::string fixedNode = components[c]->getFixedVoltageNode();
+        for (const std::string& node : *components[c]->getNodeNames()) {
+            if (node == fixedNode && nodeMap.count(node) == 0) {
+                nodeMap[node] = --fixedCounter;
+            }
+        }
+    }
+}
+
+void MNAContext::numberNodes() {
+    for (size_t c = 0; c < components.size(); ++c) {
+        const auto& names = *components[c]->getNodeNames();
+        auto indices = std::make_shared<std::vector<int32>>(names.size());
+        for (size_t t = 0; t < names.size(); ++t) {
+            if (isGround(names[t])) {
+                (*indices)[t] = -1;
+            } else if (auto found = nodeMap.find(names[t]); found != nodeMap.end()) {
+                (*indices)[t] = found->second;
+            } else {
+                (*indices)[t] = nodeMap[names[t]] = ++nodeIndexMax;
+            }
+        }
+        nodeIndices.push_back(indices);
+        fixedIndex.push_back(fixedIndexOf(c));
+    }
+}
+
+// A fixed-voltage part with both terminals grounded drives no node of its own.
+int32 MNAContext::fixedIndexOf(size_t c) const {
+    if (!fixedVoltageFlags[c]) {
+        return -1;
+    }
+    auto found = nodeMap.find(components[c]->getFixedVoltageNode());
+    return found == nodeMap.end() ? -1 : found->second;
+}
+
+void MNAContext::assignExtraUnknowns() {
+    for (size_t c = 0; c < components.size(); ++c) {
+        const int32 count = extraCounts[c];
+        if (count < 1) {
+            extraBase.push_back(nodeIndexMax + 1);
+            continue;
+        }
+        const int32 base = nodeIndexMax + extraCount + 1;
+        components[c]->setExtraVariableIndex(base);
+        extraMap[componentNames[c]] = base;
+        extraBase.push_back(base);
+        extraCount += count;
+    }
+}
+
+void MNAContext::resolveFixedNodes() {
+    if (fixedCounter == -1) {
+        return;
+    }
+    const int32 last = nodeIndexMax + extraCount;
+    const auto resolve = [last](int32& index) {
+        if (index < -1) {
+            index = last - index - 1;
+        }
+    };
+    for (auto& entry : nodeMap) {
+        resolve(entry.second);
+    }
+    for (auto& indices : nodeIndices) {
+        std::for_each(indices->begin(), indices->end(), resolve);
+    }
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (fixedVoltageFlags[c]) {
+            resolve(fixedIndex[c]);
+        }
+    }
+}
+
+void MNAContext::findOutputs() {
+    if (!outputNames) {
+        return;
+    }
+    outputIndices.clear();
+    for (const std::string& name : *outputNames) {
+        auto found = nodeMap.find(name);
+        if (found == nodeMap.end()) {
+            throw NodaraException("Output node with name " + name + " does not exist.");
+        }
+        outputIndices.push_back(found->second);
+    }
+    outputs = std::make_shared<std::vector<scalar>>(outputNames->size());
+}
+
+void MNAContext::addNodeStamp(Eigen::MatrixXf& target, const std::vector<int32>& nodes,
+                              Component::Stamp stamp) const {
+    const int32 last = nodeIndexMax + extraCount;
+    for (size_t j = 0; j < nodes.size(); ++j) {
+        const int32 row = nodes[j];
+        if (row == -1 || row > last) {
+            continue;
+        }
+        for (size_t l = 0; l < nodes.size(); ++l) {
+            if (nodes[l] != -1) {
+                target(row, nodes[l]) += stamp[j][l];
+            }
+        }
+    }
+}
+
+void MNAContext::addExtraStamps(size_t c) {
+    const int32 count = extraCounts[c];
+    const int32 base = extraBase[c];
+    const int32 last = nodeIndexMax + extraCount;
+    const auto& nodes = *nodeIndices[c];
+    Component& component = *components[c];
+    if (Component::Stamp b = component.getExtraColumnMatrix()) {
+        for (size_t l = 0; l < nodes.size(); ++l) {
+            if (nodes[l] == -1 || nodes[l] > last) {
+                continue;
+            }
+            for (int32 r = 0; r < count; ++r) {
+                staticMatrix(nodes[l], base + r) += b[l][r];
+            }
+        }
+    }
+    if (Component::Stamp rows = component.getExtraRowMatrix()) {
+        for (int32 r = 0; r < count; ++r) {
+            for (size_t l = 0; l < nodes.size(); ++l) {
+                if (nodes[l] != -1) {
+                    staticMatrix(base + r, nodes[l]) += rows[r][l];
+                }
+            }
+        }
+    }
+    if (Component::Stamp d = component.getExtraDiagonalMatrix()) {
+        for (int32 r = 0; r < count; ++r) {
+            for (int32 k = 0; k < count; ++k) {
+                staticMatrix(base + r, base + k) += d[r][k];
+            }
+        }
+    }
+}
+
+void MNAContext::assembleStaticMatrix() {
+    staticMatrix.setZero();
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (Component::Stamp g = components[c]->getConductanceMatrix()) {
+            addNodeStamp(staticMatrix, *nodeIndices[c], g);
+        }
+        if (extraCounts[c] >= 1) {
+            addExtraStamps(c);
+        }
+    }
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (fixedIndex[c] >= 0) {
+            staticMatrix(fixedIndex[c], fixedIndex[c]) = 1.0f;
+        }
+    }
+}
+
+Eigen::MatrixXf& MNAContext::assembleJacobian(Eigen::VectorXf& x) {
+    dynamicMatrix = staticMatrix;
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (!nonlinearFlags[c]) {
+            continue;
+        }
+        if (Component::Stamp jacobian = components[c]->getJacobian(x.data())) {
+            addNodeStamp(dynamicMatrix, *nodeIndices[c], jacobian);
+        }
+    }
+    return dynamicMatrix;
+}
+
+void MNAContext::computeRhs(Eigen::VectorXf& x, Eigen::VectorXf& out) {
+    out.setZero();
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (!hasRhsFlags[c]) {
+            continue;
+        }
+        const scalar* r = components[c]->getRhs(x.data());
+        if (r == nullptr) {
+            continue;
+        }
+        const auto& nodes = *nodeIndices[c];
+        for (size_t j = 0; j < nodes.size(); ++j) {
+            const int32 i = nodes[j];
+            if (i == -1) {
+                continue;
+            }
+            if (fixedVoltageFlags[c] && i == fixedIndex[c]) {
+                fixedValues[i] = r[j];
+            } else {
+                out[i] += r[j];
+            }
+        }
+        for (int32 t = 0; t < extraCounts[c]; ++t) {
+            out[extraBase[c] + t] += r[nodes.size() + static_cast<size_t>(t)];
+        }
+    }
+    for (size_t c = 0; c < components.size(); ++c) {
+        if (fixedVoltageFlags[c] && fixedIndex[c] >= 0) {
+            out[fixedIndex[c]] = fixedValues[fixedIndex[c]];
+        }
+    }
+}
+
+const std::shared_ptr<std::vector<scalar>>& MNAContext::getOutputs() {
+    for (size_t i = 0; i < outputIndices.size(); ++i) {
+        (*outputs)[i] = solution[outputIndices[i]];
+    }
+    return outputs;
+}
+
+void MNAContext::stepListeners() {
+    for (MNAEventListener* listener : listeners) {
+        listener->timeStep();
+    }
+}
+
+} // namespace nodara

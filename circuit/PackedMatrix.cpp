@@ -1,0 +1,76 @@
+#include "circuit/PackedMatrix.h"
+
+#include "runtime/Exceptions.h"
+
+#include <cstddef>
+
+namespace nodara {
+
+PackedMatrix::PackedMatrix(const scalar* source, uint32_t m, uint32_t n)
+    : data(static_cast<std::size_t>(m) * (((n - 1) >> 2) + 1)),
+      x(((n - 1) >> 2) + 1),
+      rows(m),
+      cols(n),
+      blocksN(((n - 1) >> 2) + 1) {
+    pack(source);
+}
+
+void PackedMatrix::updateMatrix(const scalar* source, uint32_t m, uint32_t n) {
+    if (m != rows || n != cols) {
+        throw NodaraException(concat(
+            "Changing matrix dimensions is not allowed in updateMatrix. Old dimensions mxn=", rows,
+            "x", cols, ". New dimensions mxn", m, "x", n));
+    }
+    pack(source);
+}
+
+void PackedMatrix::pack(const scalar* source) {
+    for (uint32_t b = 0; b < blocksN; ++b) {
+        for (uint32_t r = 0; r < rows; ++r) {
+            Group& group = data[static_cast<std::size_t>(b) * rows + r];
+            for (uint32_t lane = 0; lane < 4; ++lane) {
+                group.lanes[lane] = 4 * b + lane < cols
+                                        ? source[static_cast<std::size_t>(4 * b + lane) * rows + r]
+                                        : 0.0f;
+            }
+        }
+    }
+}
+
+void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32_t ny) {
+    if (nx != cols) {
+        throw NodaraException(concat(
+            "Invalid size of the x vector in matrix-vector product. Expected", cols, ", got", nx));
+    }
+    if (ny != rows) {
+        throw NodaraException(concat(
+            "Invalid size of the y vector in matrix-vector product. Expected", rows, ", got", ny));
+    }
+    for (uint32_t b = 0; b < blocksN; ++b) {
+        for (uint32_t lane = 0; lane < 4; ++lane) {
+            x[b].lanes[lane] = 4 * b + lane < cols ? operand[4 * b + lane] : 0.0f;
+        }
+    }
+    for (uint32_t r = 0; r < rows; ++r) {
+        // Two accumulators over pairs of groups, so that two products are in flight.
+        __m128 first = _mm_setzero_ps();
+        __m128 second = _mm_setzero_ps();
+        const Group* row = data.data() + r;
+        uint32_t b = 0;
+        for (; b + 1 < blocksN; b += 2) {
+            first = _mm_add_ps(first,
+                               _mm_mul_ps(load(row[static_cast<std::size_t>(b) * rows]), load(x[b])));
+            second = _mm_add_ps(second, _mm_mul_ps(load(row[static_cast<std::size_t>(b + 1) * rows]),
+                                                   load(x[b + 1])));
+        }
+        if (b < blocksN) {
+            first = _mm_add_ps(first,
+                               _mm_mul_ps(load(row[static_cast<std::size_t>(b) * rows]), load(x[b])));
+        }
+        alignas(16) scalar sum[4];
+        _mm_store_ps(sum, _mm_add_ps(first, second));
+        y[r] = (sum[0] + sum[1]) + (sum[2] + sum[3]);
+    }
+}
+
+} // namespace nodara

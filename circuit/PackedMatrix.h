@@ -1,0 +1,45 @@
+#pragma once
+
+#include "runtime/Types.h"
+
+#include <emmintrin.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace nodara {
+
+/// A constant m×n matrix kept for four-wide products with a vector, as the per-sample solves
+/// need them: group (b, r), at b·m + r, holds row r in columns 4b .. 4b + 3, columns past n
+/// stored as 0, so a row is read without a stride.
+///
+/// Threads: `product` on the audio thread, no allocation; the rest allocate or repack, at
+/// set-up or at a re-assembly.
+class PackedMatrix {
+public:
+    /// Packs a copy of the column-major m×n `source`.
+    PackedMatrix(const scalar* source, uint32_t m, uint32_t n);
+    /// Repacks from `source`; the dimensions must be those of the matrix.
+    void updateMatrix(const scalar* source, uint32_t m, uint32_t n);
+    /// y = M·x, x of length nx = n and y of length ny = m.
+    void product(const scalar* x, scalar* y, uint32_t nx, uint32_t ny);
+
+    uint32_t getRows() const { return rows; }
+
+private:
+    struct alignas(16) Group {
+        scalar lanes[4];
+    };
+
+    void pack(const scalar* source);
+    __m128 load(const Group& group) const { return _mm_load_ps(group.lanes); }
+
+    std::vector<Group> data;
+    /// Scratch: the operand in groups of four.
+    std::vector<Group> x;
+    uint32_t rows;
+    uint32_t cols;
+    uint32_t blocksN;
+};
+
+} // namespace nodara

@@ -1,0 +1,130 @@
+#include "circuit/solvers/NewtonSolver.h"
+
+#include "circuit/MNAContext.h"
+#include "kernels/KernelBuilds.h"
+#include "kernels/Kernels.h"
+#include "runtime/Exceptions.h"
+
+#include <sstream>
+
+namespace nodara {
+
+void NewtonSolver::setProperties(const Properties& properties) {
+    relativeTollerance = requirePositive(
+        properties, "RelativeTollerance", scalarParser,
+        "NewtonSolver: RelativeTollerance is not defined.",
+        "NewtonSolver: RelativeTollerance must be greater than 0. relativeTollerance=");
+    absoluteTollerance = requirePositive(
+        properties, "AbsoluteTollerance", scalarParser,
+        "NewtonSolver: AbsoluteTollerance is not defined.",
+        "NewtonSolver: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=");
+    readProperty(properties, "Relaxation", relaxation, scalarParser);
+    if (!(relaxation > 0.0f && relaxation <= 1.0f)) {
+        throw InvalidArgumentException(concat(
+            "NewtonSolver: Relaxation must be greater than 0 and less than or equal to 1. "
+            "InitialRelaxation=",
+            relaxation));
+    }
+    readProperty(properties, "FixedPointSteps", fixedPointSteps, intParser);
+    if (fixedPointSteps < 0) {
+        throw InvalidArgumentException(concat(
+            "NewtonSolver: FixedPointSteps must be greater than or equal to 0. FixedPointSteps=",
+            fixedPointSteps));
+    }
+    if (auto found = properties.find("UseDiagonalNewton"); found != properties.end()) {
+        std::istringstream(found->second) >> std::boolalpha >> useDiagonalNewton;
+    }
+    maxIterations = requirePositive(
+        properties, "MaxIterations", intParser, "NewtonSolver: MaxIterations is not defined.",
+        "NewtonSolver: MaxIterations must be greater than 0. MaxIterations=");
+    propertiesSet = true;
+}
+
+void NewtonSolver::init(const std::shared_ptr<MNAContext>& owner) {
+    if (!propertiesSet) {
+        throw NodaraException("NewtonSolver: Properties must be set before calling init().");
+    }
+    context = owner;
+    recompute();
+    rhs = Eigen::VectorXf::Zero(n);
+    previousX = Eigen::VectorXf::Zero(n);
+    delta = Eigen::VectorXf::Zero(n);
+    y = Eigen::VectorXf::Zero(n);
+    pivots.assign(static_cast<size_t>(n), 0);
+    initialized = true;
+}
+
+void NewtonSolver::recompute() {
+    context->assembleStaticMatrix();
+    a = context->getStaticMatrix();
+    lu.compute(a);
+    pack(packedA, a);
+    n = static_cast<int32>(a.rows());
+    firstFixedRow = n + context->getFixedCounter() + 1;
+    factorisation = firstFixedRow <= smallSystem ? &kernels::referenceBuild : nullptr;
+}
+
+bool NewtonSolver::solve(Eigen::VectorXf& x) {
+    if (!initialized) {
+        throw NodaraException("NewtonSolver: Not initialized.");
+    }
+    int32 iteration = 0;
+    delta.setZero();
+    scalar error = 10.0f;
+    while (error > absoluteTollerance) {
+        if (iteration >= maxIterations) {
+            break;
+        }
+        ++iteration;
+        // The rhs first: tube stamps limit the voltages in x, and the copy must see them.
+        context->computeRhs(x, rhs);
+        previousX = x;
+        if (iteration > fixedPointSteps) {
+            newtonStep(x);
+        } else {
+            fixedPointStep(x);
+        }
+        error = errorOf(delta, x, relativeTollerance);
+    }
+    return iteration < maxIterations;
+}
+
+void NewtonSolver::newtonStep(Eigen::VectorXf& x) {
+    const auto size = static_cast<uint32_t>(n);
+    packedA->product(x.data(), y.data(), size, size);
+    kernels::saxpy(n, -1.0f, rhs.data(), y.data());
+    Eigen::MatrixXf& jacobian = context->assembleJacobian(x);
+    if (useDiagonalNewton) {
+        for (int32 i = 0; i < n; ++i) {
+            delta[i] = y[i] * (1.0f / jacobian(i, i));
+        }
+    } else {
+        solveWithJacobian(jacobian);
+    }
+    x = previousX - relaxation * delta;
+}
+
+void NewtonSolver::fixedPointStep(Eigen::VectorXf& x) {
+    x = lu.solve(rhs);
+    delta = x - previousX;
+    x = previousX + relaxation * delta;
+}
+
+void NewtonSolver::solveWithJacobian(Eigen::MatrixXf& jacobian) {
+    const int32 m = firstFixedRow;
+    for (int32 i = m; i < n; ++i) {
+        kernels::saxpy(m, -y[i], jacobian.col(i).data(), y.data());
+        delta[i] = y[i];
+    }
+    const auto ludcmp = factorisation ? factorisation->ludcmp : &kernels::ludcmp;
+    const auto lubksb = factorisation ? factorisation->lubksb : &kernels::lubksb;
+    if (const int32 code = ludcmp(m, jacobian.data(), n, pivots.data()); code != 0) {
+        throw NodaraException(concat("ludcmp returned error: ", code));
+    }
+    if (const int32 code = lubksb(m, jacobian.data(), n, pivots.data(), y.data(), delta.data());
+        code != 0) {
+        throw NodaraException(concat("lubksb returned error: ", code));
+    }
+}
+
+} // namespace nodara
