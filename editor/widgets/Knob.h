@@ -1,0 +1,27 @@
+#pragma once
+
+#include "editor/widgets/Widget.h"
+
+namespace torvane::widgets {
+
+/// A knob drawn from a strip of frames, turned by dragging vertically: up raises the value.
+/// A full sweep takes `pixelsPerSweep` pixels, ten times as many with Shift or Control held.
+class Knob : public Widget {
+public:
+    static constexpr float pixelsPerSweep = 200.0f;
+    static constexpr float fineFactor = 10.0f;
+
+    using Widget::Widget;
+
+    void mouseDown(const Pointer& pointer) override;
+    void mouseMoved(const Pointer& pointer) override;
+    void mouseUp(const Pointer& pointer) override;
+
+private:
+    bool dragging = false;
+    /// Where the last step of the drag left the pointer; each move adds to the value, so a
+    /// change of the fine modifier mid-drag does not make the knob jump.
+    int lastY = 0;
+};
+
+} // namespace torvane::widgets
