@@ -1,0 +1,152 @@
+#pragma once
+
+// An X display for the tests that open windows, and synthetic input for them. A program that
+// includes this header gets an environment that uses the display DISPLAY names, or starts an
+// Xvfb of its own for the program's life when none is set (as in CI).
+
+#include <gtest/gtest.h>
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+// Xlib's macros of these names collide with GoogleTest's.
+#undef None
+#undef Bool
+
+#include <csignal>
+#include <fcntl.h>
+#include <cstdlib>
+#include <poll.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace nodara::testing {
+
+class VirtualDisplay : public ::testing::Environment {
+public:
+    void SetUp() override {
+        const char* display = std::getenv("DISPLAY");
+        if (display != nullptr && *display != '\0') {
+            return;
+        }
+        int pipe[2];
+        ASSERT_EQ(::pipe(pipe), 0);
+        const std::string fd = std::to_string(pipe[1]);
+        server = fork();
+        if (server == 0) {
+            // The server must not hold the test's output open, nor write into it.
+            ::close(pipe[0]);
+            const int quiet = ::open("/dev/null", O_WRONLY);
+            dup2(quiet, 1);
+            dup2(quiet, 2);
+            execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1280x1024x24",
+                   "-nolisten", "tcp", "-noreset", static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        ::close(pipe[1]);
+        // Xvfb writes its display number once it takes connections.
+        std::string number;
+        pollfd ready{pipe[0], POLLIN, 0};
+        char c = 0;
+        while (poll(&ready, 1, 10000) > 0 && ::read(pipe[0], &c, 1) == 1 && c != '\n') {
+            number += c;
+        }
+        ::close(pipe[0]);
+        ASSERT_FALSE(number.empty()) << "no X display: install Xvfb (scripts/install-deps.sh)";
+        setenv("DISPLAY", (":" + number).c_str(), 1);
+    }
+
+    void TearDown() override {
+        if (server > 0) {
+            kill(server, SIGTERM);
+            waitpid(server, nullptr, 0);
+            unsetenv("DISPLAY");
+        }
+    }
+
+private:
+    pid_t server = -1;
+};
+
+inline const auto* const virtualDisplay =
+    ::testing::AddGlobalTestEnvironment(new VirtualDisplay);
+
+/// The child windows of `window`, bottom first.
+inline std::vector<Window> childWindows(Display* display, Window window) {
+    Window root = 0, parent = 0;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    std::vector<Window> result;
+    if (XQueryTree(display, window, &root, &parent, &children, &count) != 0) {
+        result.assign(children, children + count);
+        XFree(children);
+    }
+    return result;
+}
+
+/// Pointer events sent to a window as the server would deliver them, in its coordinates.
+class SyntheticPointer {
+public:
+    SyntheticPointer(Display* display, Window window) : display(display), window(window) {}
+
+    void press(int x, int y, unsigned int state = 0) { button(ButtonPress, x, y, state); }
+    void release(int x, int y, unsigned int state = 0) {
+        button(ButtonRelease, x, y, state | Button1Mask);
+    }
+    void move(int x, int y, unsigned int state = 0) {
+        XEvent event{};
+        XMotionEvent& motion = event.xmotion;
+        motion.type = MotionNotify;
+        motion.send_event = True;
+        motion.display = display;
+        motion.window = window;
+        motion.root = root();
+        motion.x = motion.x_root = x;
+        motion.y = motion.y_root = y;
+        motion.state = state | Button1Mask;
+        motion.same_screen = True;
+        send(event, PointerMotionMask | ButtonMotionMask);
+    }
+    void click(int x, int y) {
+        press(x, y);
+        release(x, y);
+    }
+    /// Presses at (x, y), moves `dy` pixels down (up when negative) in steps, releases.
+    void drag(int x, int y, int dy, unsigned int state = 0) {
+        press(x, y, state);
+        const int steps = 4;
+        for (int i = 1; i <= steps; ++i) {
+            move(x, y + dy * i / steps, state);
+        }
+        release(x, y + dy, state);
+    }
+
+private:
+    Window root() const { return DefaultRootWindow(display); }
+    void button(int type, int x, int y, unsigned int state) {
+        XEvent event{};
+        XButtonEvent& press = event.xbutton;
+        press.type = type;
+        press.send_event = True;
+        press.display = display;
+        press.window = window;
+        press.root = root();
+        press.x = press.x_root = x;
+        press.y = press.y_root = y;
+        press.state = state;
+        press.button = Button1;
+        press.same_screen = True;
+        send(event, type == ButtonPress ? ButtonPressMask : ButtonReleaseMask);
+    }
+    void send(XEvent& event, long mask) {
+        XSendEvent(display, window, False, mask, &event);
+        // Once the server answers, it has queued the event for the window's owner.
+        XSync(display, False);
+    }
+
+    Display* display;
+    Window window;
+};
+
+} // namespace nodara::testing
