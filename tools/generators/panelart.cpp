@@ -88,10 +88,12 @@ void writePng(cairo_surface_t* surface, const std::filesystem::path& path) {
                 cairo_image_surface_get_height(surface));
 }
 
-/// Draws into a new transparent picture of the given size and writes it.
+/// Draws into a new picture of the given size, transparent unless `opaque`, and writes it. An
+/// opaque picture is written without an alpha channel, which is also quicker to decode.
 void drawPicture(const std::filesystem::path& path, int width, int height,
-                 const std::function<void(cairo_t*)>& draw) {
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+                 const std::function<void(cairo_t*)>& draw, bool opaque = false) {
+    cairo_surface_t* surface = cairo_image_surface_create(
+        opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, width, height);
     cairo_t* cairo = cairo_create(surface);
     draw(cairo);
     cairo_destroy(cairo);
@@ -219,6 +221,9 @@ void drawLogo(cairo_t* cairo) {
     cairo_set_line_width(cairo, 1.2);
     cairo_set_source_rgba(cairo, 0.15, 0.15, 0.16, 0.9);
     cairo_stroke(cairo);
+    cairo_set_source_rgba(cairo, 0, 0, 0, 0.6);
+    label(cairo, "HAND-WIRED TUBE AMPLIFIER", 501, 181, 11, Align::centre, 3.2, true);
+    cairo_set_source_rgb(cairo, 0.90, 0.84, 0.66);
     label(cairo, "HAND-WIRED TUBE AMPLIFIER", 500, 180, 11, Align::centre, 3.2, true);
 }
 
@@ -305,8 +310,8 @@ void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
             label(cairo, words->second[0], x, control.y + 9, 8, Align::left, 0.4);
             label(cairo, words->second[1], x, control.y + control.height - 2, 8, Align::left, 0.4);
         }
-        label(cairo, upperCase(control.displayName), control.centreX(), 368, 11, Align::centre,
-              1.6);
+        label(cairo, upperCase(control.displayName), control.centreX(), 368, 9, Align::centre,
+              0.8);
         return;
     }
     drawSwitchMount(cairo, control.centreX(), control.centreY());
@@ -360,39 +365,48 @@ void drawPilotLight(cairo_t* cairo, double x, double y) {
     label(cairo, "POWER", x, 368, 11, Align::centre, 1.6);
 }
 
-/// Chrome corner caps over the tolex, as on a road-worn cabinet.
+/// Chrome corner caps over the tolex, each held by a rivet, as on a road-worn cabinet.
 void drawCorners(cairo_t* cairo) {
-    const double size = 30;
+    const double size = 26;
     const struct {
         double x, y, sx, sy;
     } corners[] = {{0, 0, 1, 1}, {panelWidth, 0, -1, 1}, {0, panelHeight, 1, -1},
                    {panelWidth, panelHeight, -1, -1}};
+    const auto outline = [&](cairo_t* c) {
+        cairo_move_to(c, 0, 0);
+        cairo_line_to(c, size, 0);
+        cairo_curve_to(c, size, size * 0.55, size * 0.55, size, 0, size);
+        cairo_close_path(c);
+    };
     for (const auto& corner : corners) {
         cairo_save(cairo);
         cairo_translate(cairo, corner.x, corner.y);
         cairo_scale(cairo, corner.sx, corner.sy);
-        cairo_move_to(cairo, 0, 0);
-        cairo_line_to(cairo, size, 0);
-        cairo_curve_to(cairo, size, size * 0.4, size * 0.4, size, 0, size);
-        cairo_close_path(cairo);
-        cairo_set_source_rgba(cairo, 0, 0, 0, 0.5);
         cairo_save(cairo);
-        cairo_translate(cairo, 1.5, 2.5);
-        cairo_fill_preserve(cairo);
-        cairo_restore(cairo);
-        cairo_new_path(cairo);
-        cairo_move_to(cairo, 0, 0);
-        cairo_line_to(cairo, size, 0);
-        cairo_curve_to(cairo, size, size * 0.4, size * 0.4, size, 0, size);
-        cairo_close_path(cairo);
-        cairo_pattern_t* cap = cairo_pattern_create_radial(6, 6, 1, 0, 0, size);
-        cairo_pattern_add_color_stop_rgb(cap, 0.0, 0.98, 0.98, 0.99);
-        cairo_pattern_add_color_stop_rgb(cap, 0.5, 0.66, 0.67, 0.69);
-        cairo_pattern_add_color_stop_rgb(cap, 1.0, 0.35, 0.36, 0.38);
-        cairo_set_source(cairo, cap);
+        cairo_translate(cairo, 1.5, 2.0);
+        outline(cairo);
+        cairo_set_source_rgba(cairo, 0, 0, 0, 0.55);
         cairo_fill(cairo);
-        cairo_pattern_destroy(cap);
         cairo_restore(cairo);
+        outline(cairo);
+        cairo_pattern_t* cap = gradient(0, 0, size * 0.8, size * 0.8,
+                                        {{0.92, 0.93, 0.94}, {0.58, 0.59, 0.61}, {0.30, 0.31, 0.33}});
+        cairo_set_source(cairo, cap);
+        cairo_fill_preserve(cairo);
+        cairo_pattern_destroy(cap);
+        cairo_set_source_rgba(cairo, 0.1, 0.1, 0.1, 0.8);
+        cairo_set_line_width(cairo, 0.8);
+        cairo_stroke(cairo);
+        cairo_restore(cairo);
+        const double rx = corner.x + corner.sx * size * 0.33, ry = corner.y + corner.sy * size * 0.33;
+        circleShadow(cairo, rx + 0.5, ry + 1, 2.5, 1.5, 0.5);
+        cairo_pattern_t* rivet = cairo_pattern_create_radial(rx - 0.8, ry - 0.8, 0.2, rx, ry, 2.6);
+        cairo_pattern_add_color_stop_rgb(rivet, 0.0, 1, 1, 1);
+        cairo_pattern_add_color_stop_rgb(rivet, 1.0, 0.35, 0.36, 0.38);
+        cairo_set_source(cairo, rivet);
+        cairo_arc(cairo, rx, ry, 2.6, 0, 2 * pi);
+        cairo_fill(cairo);
+        cairo_pattern_destroy(rivet);
     }
 }
 
@@ -624,7 +638,7 @@ int generate(const std::filesystem::path& folder) {
     std::filesystem::create_directories(folder);
     const auto controls = documentControls();
     drawPicture(folder / "torvane.png", panelWidth, panelHeight,
-                [&](cairo_t* cairo) { drawPanel(cairo, controls); });
+                [&](cairo_t* cairo) { drawPanel(cairo, controls); }, true);
     drawPicture(folder / "fender-chicken.png", knobSize, knobSize * knobFrames, drawKnobStrip);
     drawPicture(folder / "HorizontalSwitch-3P.png", 40, 60, drawThreeWaySwitch);
     drawPicture(folder / "VerticalSwitch.png", 20, 80, drawVerticalSwitch);
