@@ -90,23 +90,19 @@ class SyntheticPointer {
 public:
     SyntheticPointer(Display* display, Window window) : display(display), window(window) {}
 
-    void press(int x, int y, unsigned int state = 0) { button(ButtonPress, x, y, state); }
+    void press(int x, int y, unsigned int state = 0) {
+        XEvent event = pointerEvent(ButtonPress, x, y, state);
+        event.xbutton.button = Button1;
+        send(event, ButtonPressMask);
+    }
     void release(int x, int y, unsigned int state = 0) {
-        button(ButtonRelease, x, y, state | Button1Mask);
+        XEvent event = pointerEvent(ButtonRelease, x, y, state | Button1Mask);
+        event.xbutton.button = Button1;
+        send(event, ButtonReleaseMask);
     }
     void move(int x, int y, unsigned int state = 0) {
-        XEvent event{};
-        XMotionEvent& motion = event.xmotion;
-        motion.type = MotionNotify;
-        motion.send_event = True;
-        motion.display = display;
-        motion.window = window;
-        motion.root = root();
-        motion.x = motion.x_root = x;
-        motion.y = motion.y_root = y;
-        motion.state = state | Button1Mask;
-        motion.same_screen = True;
-        send(event, PointerMotionMask | ButtonMotionMask);
+        send(pointerEvent(MotionNotify, x, y, state | Button1Mask),
+             PointerMotionMask | ButtonMotionMask);
     }
     void click(int x, int y) {
         press(x, y);
@@ -123,23 +119,22 @@ public:
     }
 
 private:
-    Window root() const { return DefaultRootWindow(display); }
-    void button(int type, int x, int y, unsigned int state) {
+    /// The fields button and motion events share, which Xlib lays out alike in both.
+    XEvent pointerEvent(int type, int x, int y, unsigned int state) const {
         XEvent event{};
-        XButtonEvent& press = event.xbutton;
-        press.type = type;
-        press.send_event = True;
-        press.display = display;
-        press.window = window;
-        press.root = root();
-        press.x = press.x_root = x;
-        press.y = press.y_root = y;
-        press.state = state;
-        press.button = Button1;
-        press.same_screen = True;
-        send(event, type == ButtonPress ? ButtonPressMask : ButtonReleaseMask);
+        XButtonEvent& pointer = event.xbutton;
+        pointer.type = type;
+        pointer.send_event = True;
+        pointer.display = display;
+        pointer.window = window;
+        pointer.root = DefaultRootWindow(display);
+        pointer.x = pointer.x_root = x;
+        pointer.y = pointer.y_root = y;
+        pointer.state = state;
+        pointer.same_screen = True;
+        return event;
     }
-    void send(XEvent& event, long mask) {
+    void send(XEvent event, long mask) {
         XSendEvent(display, window, False, mask, &event);
         // Once the server answers, it has queued the event for the window's owner.
         XSync(display, False);

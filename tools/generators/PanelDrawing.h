@@ -93,17 +93,35 @@ inline void roundedRectangle(cairo_t* cairo, double x, double y, double width, d
     cairo_close_path(cairo);
 }
 
+/// One colour of a gradient, at `at` from 0 to 1 along it.
+struct Stop {
+    double at;
+    Colour colour;
+    double alpha = 1.0;
+};
+
+/// A disc of `radius` at (x, y) shaded by a radial gradient that starts from a circle of
+/// `lightRadius` at (lightX, lightY): a dome lit from there.
+inline void shadedDisc(cairo_t* cairo, double x, double y, double radius, double lightX,
+                       double lightY, double lightRadius, const std::vector<Stop>& stops) {
+    cairo_pattern_t* pattern =
+        cairo_pattern_create_radial(lightX, lightY, lightRadius, x, y, radius);
+    for (const auto& stop : stops) {
+        cairo_pattern_add_color_stop_rgba(pattern, stop.at, stop.colour.r, stop.colour.g,
+                                          stop.colour.b, stop.alpha);
+    }
+    cairo_set_source(cairo, pattern);
+    cairo_arc(cairo, x, y, radius, 0, 2 * std::numbers::pi);
+    cairo_fill(cairo);
+    cairo_pattern_destroy(pattern);
+}
+
 /// A soft shadow of a circle: rings of falling darkness out to `radius` + `spread`.
 inline void circleShadow(cairo_t* cairo, double x, double y, double radius, double spread,
                          double darkness) {
-    cairo_pattern_t* shadow = cairo_pattern_create_radial(x, y, radius * 0.6, x, y, radius + spread);
-    cairo_pattern_add_color_stop_rgba(shadow, 0.0, 0, 0, 0, darkness);
-    cairo_pattern_add_color_stop_rgba(shadow, 0.55, 0, 0, 0, darkness * 0.55);
-    cairo_pattern_add_color_stop_rgba(shadow, 1.0, 0, 0, 0, 0.0);
-    cairo_set_source(cairo, shadow);
-    cairo_arc(cairo, x, y, radius + spread, 0, 2 * std::numbers::pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(shadow);
+    const Colour black{0, 0, 0};
+    shadedDisc(cairo, x, y, radius + spread, x, y, radius * 0.6,
+               {{0.0, black, darkness}, {0.55, black, darkness * 0.55}, {1.0, black, 0.0}});
 }
 
 /// A linear gradient through evenly spaced colours.
@@ -163,15 +181,8 @@ inline void label(cairo_t* cairo, const std::string& text, double x, double y, d
 /// A cross-head screw, its slot turned by `angle` radians.
 inline void screw(cairo_t* cairo, double x, double y, double radius, double angle) {
     circleShadow(cairo, x + 0.8, y + 1.2, radius, 2.0, 0.45);
-    cairo_pattern_t* head = cairo_pattern_create_radial(x - radius * 0.4, y - radius * 0.4, 0.5, x,
-                                                        y, radius);
-    cairo_pattern_add_color_stop_rgb(head, 0.0, 0.97, 0.97, 0.97);
-    cairo_pattern_add_color_stop_rgb(head, 0.7, 0.62, 0.63, 0.64);
-    cairo_pattern_add_color_stop_rgb(head, 1.0, 0.36, 0.36, 0.37);
-    cairo_set_source(cairo, head);
-    cairo_arc(cairo, x, y, radius, 0, 2 * std::numbers::pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(head);
+    shadedDisc(cairo, x, y, radius, x - radius * 0.4, y - radius * 0.4, 0.5,
+               {{0.0, {0.97, 0.97, 0.97}}, {0.7, {0.62, 0.63, 0.64}}, {1.0, {0.36, 0.36, 0.37}}});
     cairo_set_line_width(cairo, radius * 0.32);
     cairo_set_line_cap(cairo, CAIRO_LINE_CAP_ROUND);
     for (double turn : {angle, angle + std::numbers::pi / 2}) {

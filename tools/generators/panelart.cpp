@@ -328,27 +328,15 @@ void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
 
 /// A red jewel lamp in a chrome bezel, lit.
 void drawPilotLight(cairo_t* cairo, double x, double y) {
-    cairo_pattern_t* glow = cairo_pattern_create_radial(x, y, 6, x, y, 34);
-    cairo_pattern_add_color_stop_rgba(glow, 0.0, 1.0, 0.25, 0.1, 0.55);
-    cairo_pattern_add_color_stop_rgba(glow, 1.0, 1.0, 0.2, 0.1, 0.0);
-    cairo_set_source(cairo, glow);
-    cairo_arc(cairo, x, y, 34, 0, 2 * pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(glow);
+    shadedDisc(cairo, x, y, 34, x, y, 6, {{0.0, {1.0, 0.25, 0.1}, 0.55}, {1.0, {1.0, 0.2, 0.1}, 0.0}});
     circleShadow(cairo, x + 1, y + 2, 15, 3, 0.5);
     cairo_pattern_t* bezel = chrome(x - 15, y - 15, x + 15, y + 15);
     cairo_set_source(cairo, bezel);
     cairo_arc(cairo, x, y, 15, 0, 2 * pi);
     cairo_fill(cairo);
     cairo_pattern_destroy(bezel);
-    cairo_pattern_t* jewel = cairo_pattern_create_radial(x - 3, y - 3, 1, x, y, 11);
-    cairo_pattern_add_color_stop_rgb(jewel, 0.0, 1.0, 0.93, 0.75);
-    cairo_pattern_add_color_stop_rgb(jewel, 0.3, 1.0, 0.35, 0.15);
-    cairo_pattern_add_color_stop_rgb(jewel, 1.0, 0.55, 0.03, 0.02);
-    cairo_set_source(cairo, jewel);
-    cairo_arc(cairo, x, y, 11, 0, 2 * pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(jewel);
+    shadedDisc(cairo, x, y, 11, x - 3, y - 3, 1,
+               {{0.0, {1.0, 0.93, 0.75}}, {0.3, {1.0, 0.35, 0.15}}, {1.0, {0.55, 0.03, 0.02}}});
     // Facets: a ring of lines from the centre catch the light.
     cairo_set_line_width(cairo, 0.8);
     for (int facet = 0; facet < 8; ++facet) {
@@ -400,13 +388,8 @@ void drawCorners(cairo_t* cairo) {
         cairo_restore(cairo);
         const double rx = corner.x + corner.sx * size * 0.33, ry = corner.y + corner.sy * size * 0.33;
         circleShadow(cairo, rx + 0.5, ry + 1, 2.5, 1.5, 0.5);
-        cairo_pattern_t* rivet = cairo_pattern_create_radial(rx - 0.8, ry - 0.8, 0.2, rx, ry, 2.6);
-        cairo_pattern_add_color_stop_rgb(rivet, 0.0, 1, 1, 1);
-        cairo_pattern_add_color_stop_rgb(rivet, 1.0, 0.35, 0.36, 0.38);
-        cairo_set_source(cairo, rivet);
-        cairo_arc(cairo, rx, ry, 2.6, 0, 2 * pi);
-        cairo_fill(cairo);
-        cairo_pattern_destroy(rivet);
+        shadedDisc(cairo, rx, ry, 2.6, rx - 0.8, ry - 0.8, 0.2,
+                   {{0.0, {1, 1, 1}}, {1.0, {0.35, 0.36, 0.38}}});
     }
 }
 
@@ -464,14 +447,8 @@ void drawKnobFrame(cairo_t* cairo, double angle) {
     cairo_restore(cairo);
     circleShadow(cairo, c + 1.5, c + 2.5, 20, 5, 0.55);
     // The skirt: a black disc with a knurled rim that turns with the knob.
-    cairo_pattern_t* skirt = cairo_pattern_create_radial(c - 7, c - 8, 2, c, c, 21);
-    cairo_pattern_add_color_stop_rgb(skirt, 0.0, 0.30, 0.30, 0.31);
-    cairo_pattern_add_color_stop_rgb(skirt, 0.6, 0.10, 0.10, 0.11);
-    cairo_pattern_add_color_stop_rgb(skirt, 1.0, 0.03, 0.03, 0.03);
-    cairo_set_source(cairo, skirt);
-    cairo_arc(cairo, c, c, 21, 0, 2 * pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(skirt);
+    shadedDisc(cairo, c, c, 21, c - 7, c - 8, 2,
+               {{0.0, {0.30, 0.30, 0.31}}, {0.6, {0.10, 0.10, 0.11}}, {1.0, {0.03, 0.03, 0.03}}});
     cairo_set_line_width(cairo, 1.0);
     for (int rib = 0; rib < 48; ++rib) {
         const double a = angle + rib * 2 * pi / 48;
@@ -509,13 +486,7 @@ void drawKnobFrame(cairo_t* cairo, double angle) {
     cairo_stroke(cairo);
     cairo_restore(cairo);
     // Highlight of the dome at the centre, fixed to the light.
-    cairo_pattern_t* dome = cairo_pattern_create_radial(c - 3, c - 3, 0.5, c, c, 9);
-    cairo_pattern_add_color_stop_rgba(dome, 0.0, 1, 1, 1, 0.35);
-    cairo_pattern_add_color_stop_rgba(dome, 1.0, 1, 1, 1, 0.0);
-    cairo_set_source(cairo, dome);
-    cairo_arc(cairo, c, c, 9, 0, 2 * pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(dome);
+    shadedDisc(cairo, c, c, 9, c - 3, c - 3, 0.5, {{0.0, {1, 1, 1}, 0.35}, {1.0, {1, 1, 1}, 0.0}});
 }
 
 void drawKnobStrip(cairo_t* cairo) {
@@ -571,15 +542,8 @@ void drawBat(cairo_t* cairo, double x, double y, double dx, double dy) {
     }
     // The ball at the tip.
     const double ball = length > 0.0 ? 3.4 : 4.2;
-    cairo_pattern_t* tip = cairo_pattern_create_radial(tipX - 1.2, tipY - 1.2, 0.3, tipX, tipY,
-                                                       ball);
-    cairo_pattern_add_color_stop_rgb(tip, 0.0, 1, 1, 1);
-    cairo_pattern_add_color_stop_rgb(tip, 0.6, 0.62, 0.63, 0.65);
-    cairo_pattern_add_color_stop_rgb(tip, 1.0, 0.30, 0.31, 0.33);
-    cairo_set_source(cairo, tip);
-    cairo_arc(cairo, tipX, tipY, ball, 0, 2 * pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(tip);
+    shadedDisc(cairo, tipX, tipY, ball, tipX - 1.2, tipY - 1.2, 0.3,
+               {{0.0, {1, 1, 1}}, {0.6, {0.62, 0.63, 0.65}}, {1.0, {0.30, 0.31, 0.33}}});
 }
 
 void drawVerticalSwitch(cairo_t* cairo) {
