@@ -133,7 +133,12 @@ void Frame::handleEvent(void* any) {
         break;
     }
     case ButtonPress:
-        if (event.xbutton.button == Button1 && captured == nullptr) {
+        if (event.xbutton.button == Button4 || event.xbutton.button == Button5) {
+            if (Widget* turned = widgetAt(event.xbutton.x, event.xbutton.y)) {
+                turned->wheel(pointerOf(event.xbutton.x, event.xbutton.y, event.xbutton.state),
+                              event.xbutton.button == Button4 ? 1 : -1);
+            }
+        } else if (event.xbutton.button == Button1 && captured == nullptr) {
             captured = widgetAt(event.xbutton.x, event.xbutton.y);
             if (captured != nullptr) {
                 captured->mouseDown(pointerOf(event.xbutton.x, event.xbutton.y, event.xbutton.state));

@@ -27,4 +27,14 @@ void Knob::mouseUp(const Pointer& pointer) {
     endEdit();
 }
 
+void Knob::wheel(const Pointer& pointer, int notches) {
+    if (dragging) {
+        return;
+    }
+    beginEdit();
+    changeByUser(value() + static_cast<float>(notches) * wheelStep /
+                               (pointer.fine ? fineFactor : 1.0f));
+    endEdit();
+}
+
 } // namespace torvane::widgets

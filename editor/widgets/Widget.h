@@ -61,6 +61,8 @@ public:
     virtual void mouseDown(const Pointer&) {}
     virtual void mouseMoved(const Pointer&) {}
     virtual void mouseUp(const Pointer&) {}
+    /// The wheel turned `notches` away from the user (negative: towards).
+    virtual void wheel(const Pointer&, int) {}
 
 protected:
     /// A change by the user: stored, drawn, and told to the listener.

@@ -71,6 +71,17 @@ TEST(Widgets, AKnobFollowsAVerticalDragUpIsMore) {
     }
 }
 
+TEST(Widgets, TheWheelTurnsAKnobByHundredthsAsOneGestureEach) {
+    Heard heard;
+    Knob knob({0, 0, 66, 66}, &heard, 0, strip(66, 66, 101));
+    knob.setValue(0.5f);
+    knob.wheel({30, 30, false}, 2);
+    knob.wheel({30, 30, true}, -1);
+    EXPECT_NEAR(knob.value(), 0.519f, 1e-6);
+    EXPECT_EQ(heard.calls, (std::vector<std::string>{"begin", "change 0.520", "end", "begin",
+                                                     "change 0.519", "end"}));
+}
+
 TEST(Widgets, AKnobShowsTheFrameOfItsValue) {
     Knob knob({0, 0, 66, 66}, nullptr, 0, strip(66, 66, 101));
     EXPECT_EQ(knob.frameCount(), 101);
