@@ -283,12 +283,15 @@ void drawKnobScale(cairo_t* cairo, const PanelControl& knob) {
 
 /// The chrome ring a toggle switch is fastened with, under the switch picture.
 void drawSwitchMount(cairo_t* cairo, double x, double y) {
-    circleShadow(cairo, x + 1, y + 2, 9, 3, 0.35);
-    cairo_pattern_t* ring = chrome(x - 9, y - 9, x + 9, y + 9);
+    circleShadow(cairo, x + 1, y + 2, 10, 3, 0.35);
+    cairo_pattern_t* ring = chrome(x - 10, y - 10, x + 10, y + 10);
     cairo_set_source(cairo, ring);
-    cairo_arc(cairo, x, y, 9.5, 0, 2 * pi);
-    cairo_fill(cairo);
+    cairo_arc(cairo, x, y, 10.5, 0, 2 * pi);
+    cairo_fill_preserve(cairo);
     cairo_pattern_destroy(ring);
+    cairo_set_source_rgba(cairo, 0.1, 0.1, 0.11, 0.7);
+    cairo_set_line_width(cairo, 0.8);
+    cairo_stroke(cairo);
 }
 
 /// Words for the two positions of each toggle, top first, and for the three of the three-way.
@@ -505,12 +508,12 @@ void drawKnobStrip(cairo_t* cairo) {
 /// the front; a lever pointing at the viewer has neither.
 void drawBat(cairo_t* cairo, double x, double y, double dx, double dy) {
     // The hex nut under the bat.
-    cairo_pattern_t* nut = chrome(x - 6, y - 6, x + 6, y + 6);
+    cairo_pattern_t* nut = chrome(x - 7, y - 7, x + 7, y + 7);
     cairo_set_source(cairo, nut);
     for (int side = 0; side < 6; ++side) {
         const double a = side * pi / 3 + pi / 6;
-        (side == 0 ? cairo_move_to : cairo_line_to)(cairo, x + 6.6 * std::cos(a),
-                                                    y + 6.6 * std::sin(a));
+        (side == 0 ? cairo_move_to : cairo_line_to)(cairo, x + 7.2 * std::cos(a),
+                                                    y + 7.2 * std::sin(a));
     }
     cairo_close_path(cairo);
     cairo_fill_preserve(cairo);
@@ -530,32 +533,32 @@ void drawBat(cairo_t* cairo, double x, double y, double dx, double dy) {
         cairo_stroke(cairo);
         // The shaft: a tapered chrome rod, shaded across its width.
         const double nx = -dy / length, ny = dx / length;
-        cairo_move_to(cairo, x + nx * 2.6, y + ny * 2.6);
-        cairo_line_to(cairo, tipX + nx * 1.6, tipY + ny * 1.6);
-        cairo_line_to(cairo, tipX - nx * 1.6, tipY - ny * 1.6);
-        cairo_line_to(cairo, x - nx * 2.6, y - ny * 2.6);
+        cairo_move_to(cairo, x + nx * 3.0, y + ny * 3.0);
+        cairo_line_to(cairo, tipX + nx * 1.9, tipY + ny * 1.9);
+        cairo_line_to(cairo, tipX - nx * 1.9, tipY - ny * 1.9);
+        cairo_line_to(cairo, x - nx * 3.0, y - ny * 3.0);
         cairo_close_path(cairo);
-        cairo_pattern_t* shaft = chrome(x + nx * 2.6, y + ny * 2.6, x - nx * 2.6, y - ny * 2.6);
+        cairo_pattern_t* shaft = chrome(x + nx * 3.0, y + ny * 3.0, x - nx * 3.0, y - ny * 3.0);
         cairo_set_source(cairo, shaft);
         cairo_fill(cairo);
         cairo_pattern_destroy(shaft);
     }
     // The ball at the tip.
-    const double ball = length > 0.0 ? 3.4 : 4.2;
+    const double ball = length > 0.0 ? 3.8 : 4.6;
     shadedDisc(cairo, tipX, tipY, ball, tipX - 1.2, tipY - 1.2, 0.3,
                {{0.0, {1, 1, 1}}, {0.6, {0.62, 0.63, 0.65}}, {1.0, {0.30, 0.31, 0.33}}});
 }
 
 void drawVerticalSwitch(cairo_t* cairo) {
     // Value 0: the lever up; value 1: down. A click in a half sets the lever there.
-    drawBat(cairo, 10, 20, 0, -14);
-    drawBat(cairo, 10, 60, 0, 14);
+    drawBat(cairo, 10, 20, 0, -15);
+    drawBat(cairo, 10, 60, 0, 15);
 }
 
 void drawThreeWaySwitch(cairo_t* cairo) {
-    drawBat(cairo, 20, 10, -14, 0);
+    drawBat(cairo, 20, 10, -15, 0);
     drawBat(cairo, 20, 30, 0, 0);
-    drawBat(cairo, 20, 50, 14, 0);
+    drawBat(cairo, 20, 50, 15, 0);
 }
 
 // ---- The donate button ------------------------------------------------------------------
