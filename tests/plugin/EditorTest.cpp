@@ -12,6 +12,7 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 #include <vector>
@@ -39,7 +40,15 @@ struct OpenPanel {
     OpenPanel() {
         plugin.onEdit([this](const ParameterEdit& edit) { edits.push_back(edit); });
         EXPECT_TRUE(plugin.openEditor(window.id()));
-        plugin.idleEditor();
+        window.waitUntilShown(2.0);
+        settle();
+    }
+    /// Idle calls for a while: the panel has drawn what it had to, and the server has it.
+    void settle() {
+        for (int i = 0; i < 5; ++i) {
+            plugin.idleEditor();
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
     }
     Window panel() const {
         const auto children = childWindows(window.display(), window.id());
@@ -116,7 +125,7 @@ TEST(PluginEditor, AHostValueMovesTheKnobWithoutAnEditComingBack) {
     OpenPanel open;
     const auto before = open.pixels(281, 272, 66, 66);
     open.plugin.setParameter(0, 1.0f);
-    open.plugin.idleEditor();
+    open.settle();
     EXPECT_NE(open.pixels(281, 272, 66, 66), before);
     EXPECT_TRUE(open.edits.empty());
 }
