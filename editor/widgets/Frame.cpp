@@ -47,9 +47,15 @@ Frame::Frame(unsigned long parent, std::shared_ptr<Bitmap> picture)
         if (backBuffer != nullptr) {
             cairo_surface_destroy(backBuffer);
         }
-        XCloseDisplay(display);
+        closeDisplay();
         throw;
     }
+}
+
+// Closing syncs with the server, which may still report an error of ours.
+void Frame::closeDisplay() {
+    XErrorTrap trap(display, errors);
+    XCloseDisplay(display);
 }
 
 void Frame::createWindow(unsigned long parent) {
@@ -98,7 +104,7 @@ Frame::~Frame() {
             XSync(display, False);
         }
     }
-    XCloseDisplay(display);
+    closeDisplay();
 }
 
 Widget& Frame::add(std::unique_ptr<Widget> widget) {
@@ -114,15 +120,14 @@ void Frame::idle() {
     while (!connectionLost && XPending(display) > 0) {
         XEvent event;
         XNextEvent(display, &event);
-        handleEvent(&event);
+        handleEvent(event);
     }
     if (!connectionLost && !windowGone) {
         redraw();
     }
 }
 
-void Frame::handleEvent(void* any) {
-    XEvent& event = *static_cast<XEvent*>(any);
+void Frame::handleEvent(const XEvent& event) {
     if (event.xany.window != handle) {
         return;
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 typedef struct _XDisplay Display;
+union _XEvent;
 typedef struct _cairo_surface cairo_surface_t;
 
 namespace torvane::widgets {
@@ -45,7 +46,8 @@ public:
 
 private:
     void createWindow(unsigned long parent);
-    void handleEvent(void* event);
+    void closeDisplay();
+    void handleEvent(const _XEvent& event);
     void redraw();
     /// Background and widgets within `area` into the back buffer, then onto the window.
     void compose(const Rect& area);
