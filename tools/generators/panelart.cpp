@@ -281,18 +281,21 @@ void drawKnobScale(cairo_t* cairo, const PanelControl& knob) {
     label(cairo, upperCase(knob.displayName), cx, 368, 11, Align::centre, 1.6);
 }
 
-/// The chrome ring a toggle switch is fastened with, under the switch picture.
-void drawSwitchMount(cairo_t* cairo, double x, double y) {
-    circleShadow(cairo, x + 1, y + 2, 10, 3, 0.35);
-    cairo_pattern_t* ring = chrome(x - 10, y - 10, x + 10, y + 10);
-    cairo_set_source(cairo, ring);
-    cairo_arc(cairo, x, y, 10.5, 0, 2 * pi);
+/// A chrome disc on the plate with its shadow: a switch's washer, a lamp's bezel.
+void chromeDisc(cairo_t* cairo, double x, double y, double radius, double shadow) {
+    circleShadow(cairo, x + 1, y + 2, radius - 0.5, 3, shadow);
+    cairo_pattern_t* shine = chrome(x - radius, y - radius, x + radius, y + radius);
+    cairo_set_source(cairo, shine);
+    cairo_arc(cairo, x, y, radius, 0, 2 * pi);
     cairo_fill_preserve(cairo);
-    cairo_pattern_destroy(ring);
+    cairo_pattern_destroy(shine);
     cairo_set_source_rgba(cairo, 0.1, 0.1, 0.11, 0.7);
     cairo_set_line_width(cairo, 0.8);
     cairo_stroke(cairo);
 }
+
+/// The washer a toggle switch is fastened with, under the switch picture.
+void drawSwitchMount(cairo_t* cairo, double x, double y) { chromeDisc(cairo, x, y, 10.5, 0.35); }
 
 /// Words for the two positions of each toggle, top first, and for the three of the three-way.
 const std::map<std::string, std::vector<std::string>> positionWords = {
@@ -332,12 +335,7 @@ void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
 /// A red jewel lamp in a chrome bezel, lit.
 void drawPilotLight(cairo_t* cairo, double x, double y) {
     shadedDisc(cairo, x, y, 34, x, y, 6, {{0.0, {1.0, 0.25, 0.1}, 0.55}, {1.0, {1.0, 0.2, 0.1}, 0.0}});
-    circleShadow(cairo, x + 1, y + 2, 15, 3, 0.5);
-    cairo_pattern_t* bezel = chrome(x - 15, y - 15, x + 15, y + 15);
-    cairo_set_source(cairo, bezel);
-    cairo_arc(cairo, x, y, 15, 0, 2 * pi);
-    cairo_fill(cairo);
-    cairo_pattern_destroy(bezel);
+    chromeDisc(cairo, x, y, 15, 0.5);
     shadedDisc(cairo, x, y, 11, x - 3, y - 3, 1,
                {{0.0, {1.0, 0.93, 0.75}}, {0.3, {1.0, 0.35, 0.15}}, {1.0, {0.55, 0.03, 0.02}}});
     // Facets: a ring of lines from the centre catch the light.
