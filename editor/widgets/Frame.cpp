@@ -5,6 +5,7 @@
 #include <X11/Xutil.h>
 #include <cairo-xlib.h>
 #include <cairo.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 
 #include <algorithm>
@@ -19,6 +20,21 @@ constexpr long eventMask = ExposureMask | ButtonPressMask | ButtonReleaseMask | 
 
 /// A lost connection must not end the host: the frame stops talking to the display.
 void onConnectionLost(Display*, void* frameFlag) { *static_cast<bool*>(frameFlag) = true; }
+
+/// Xlib offers a handler per connection for a lost server only from 1.8 on. Looked up at run
+/// time, so that the plug-in still loads into hosts with an older Xlib, where a lost server
+/// ends the process as it ends the host's own windows.
+void survivesConnectionLoss(Display* display, bool* lost) {
+    using Setter = void (*)(Display*, void (*)(Display*, void*), void*);
+    static const Setter setter = [] {
+        void* xlib = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
+        return xlib != nullptr ? reinterpret_cast<Setter>(dlsym(xlib, "XSetIOErrorExitHandler"))
+                               : nullptr;
+    }();
+    if (setter != nullptr) {
+        setter(display, onConnectionLost, lost);
+    }
+}
 
 Pointer pointerOf(int x, int y, unsigned int state) {
     return {x, y, (state & (ShiftMask | ControlMask)) != 0};
@@ -37,7 +53,7 @@ Frame::Frame(unsigned long parent, std::shared_ptr<Bitmap> picture)
     }
     // Programs the panel starts (a browser) must not inherit the connection.
     fcntl(ConnectionNumber(display), F_SETFD, FD_CLOEXEC);
-    XSetIOErrorExitHandler(display, onConnectionLost, &connectionLost);
+    survivesConnectionLoss(display, &connectionLost);
     try {
         createWindow(parent);
     } catch (...) {

@@ -184,5 +184,23 @@ TEST(PluginEditor, AParentThatIsNoWindowIsRefusedAndAVanishedOneSurvived) {
     EXPECT_TRUE(plugin.openEditor(window.id()));
 }
 
+TEST(PluginEditor, ALostDisplayEndsThePanelNotTheHost) {
+    XvfbServer server;
+    ASSERT_FALSE(server.display().empty());
+    const std::string ours = std::getenv("DISPLAY");
+    setenv("DISPLAY", server.display().c_str(), 1);
+    torvane::host::PluginHost plugin(pluginPath());
+    {
+        torvane::host::HostWindow window(1000, 400, "Torvane test");
+        ASSERT_TRUE(plugin.openEditor(window.id()));
+        plugin.idleEditor();
+    }
+    server.stop();
+    plugin.idleEditor();
+    plugin.closeEditor();
+    EXPECT_FALSE(plugin.openEditor(0)) << "no display to open on";
+    setenv("DISPLAY", ours.c_str(), 1);
+}
+
 } // namespace
 } // namespace nodara::testing

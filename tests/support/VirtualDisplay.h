@@ -15,6 +15,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <cstdlib>
+#include <memory>
 #include <poll.h>
 #include <string>
 #include <sys/wait.h>
@@ -23,15 +24,14 @@
 
 namespace nodara::testing {
 
-class VirtualDisplay : public ::testing::Environment {
+/// An Xvfb server of the test's own, stopped with the object.
+class XvfbServer {
 public:
-    void SetUp() override {
-        const char* display = std::getenv("DISPLAY");
-        if (display != nullptr && *display != '\0') {
+    XvfbServer() {
+        int pipe[2];
+        if (::pipe(pipe) != 0) {
             return;
         }
-        int pipe[2];
-        ASSERT_EQ(::pipe(pipe), 0);
         const std::string fd = std::to_string(pipe[1]);
         server = fork();
         if (server == 0) {
@@ -53,20 +53,49 @@ public:
             number += c;
         }
         ::close(pipe[0]);
-        ASSERT_FALSE(number.empty()) << "no X display: install Xvfb (scripts/install-deps.sh)";
-        setenv("DISPLAY", (":" + number).c_str(), 1);
+        name = number.empty() ? "" : ":" + number;
     }
+    ~XvfbServer() { stop(); }
+    XvfbServer(const XvfbServer&) = delete;
+    XvfbServer& operator=(const XvfbServer&) = delete;
 
-    void TearDown() override {
+    /// ":N", or empty when the server did not start.
+    const std::string& display() const { return name; }
+    void stop() {
         if (server > 0) {
-            kill(server, SIGTERM);
+            kill(server, SIGKILL);
             waitpid(server, nullptr, 0);
-            unsetenv("DISPLAY");
+            server = -1;
         }
     }
 
 private:
     pid_t server = -1;
+    std::string name;
+};
+
+class VirtualDisplay : public ::testing::Environment {
+public:
+    void SetUp() override {
+        const char* display = std::getenv("DISPLAY");
+        if (display != nullptr && *display != '\0') {
+            return;
+        }
+        server = std::make_unique<XvfbServer>();
+        ASSERT_FALSE(server->display().empty())
+            << "no X display: install Xvfb (scripts/install-deps.sh)";
+        setenv("DISPLAY", server->display().c_str(), 1);
+    }
+
+    void TearDown() override {
+        if (server) {
+            server.reset();
+            unsetenv("DISPLAY");
+        }
+    }
+
+private:
+    std::unique_ptr<XvfbServer> server;
 };
 
 inline const auto* const virtualDisplay =
