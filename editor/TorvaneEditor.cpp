@@ -73,26 +73,29 @@ void TorvaneEditor::build(widgets::Frame& panel) {
         if (!bitmap) {
             bitmap = loadBitmap(control.getImage());
         }
-        const std::string& type = control.getControlType();
-        const int tag = static_cast<int>(index);
-        widgets::WidgetListener* listener = this;
-        std::unique_ptr<widgets::Widget> widget;
-        if (type == "CAnimKnob") {
-            widget = std::make_unique<widgets::Knob>(rectOf(control), listener, tag, bitmap);
-        } else if (type == "CHorizontalSwitch") {
-            widget = std::make_unique<widgets::Switch>(widgets::Switch::Axis::horizontal,
-                                                       rectOf(control), listener, tag, bitmap,
-                                                       control.getHeightOfOneImage());
-        } else if (type == "CVerticalSwitch") {
-            widget = std::make_unique<widgets::Switch>(widgets::Switch::Axis::vertical,
-                                                       rectOf(control), listener, tag, bitmap);
-        } else {
-            throw nodara::NodaraException("Invalid ControlType " + type);
-        }
-        built.push_back(&panel.add(std::move(widget)));
+        built.push_back(&panel.add(makeWidget(control, static_cast<int>(index), bitmap)));
     }
     donateButton = &panel.add(std::make_unique<DonateButton>(donatePage, loadBitmap(donateName)));
     widgets = std::move(built);
+}
+
+std::unique_ptr<widgets::Widget> TorvaneEditor::makeWidget(
+    const nodara::Control& control, int tag, const std::shared_ptr<widgets::Bitmap>& bitmap) {
+    using widgets::Switch;
+    widgets::WidgetListener* listener = this;
+    const std::string& type = control.getControlType();
+    if (type == "CAnimKnob") {
+        return std::make_unique<widgets::Knob>(rectOf(control), listener, tag, bitmap);
+    }
+    if (type == "CHorizontalSwitch") {
+        return std::make_unique<Switch>(Switch::Axis::horizontal, rectOf(control), listener, tag,
+                                        bitmap, control.getHeightOfOneImage());
+    }
+    if (type == "CVerticalSwitch") {
+        return std::make_unique<Switch>(Switch::Axis::vertical, rectOf(control), listener, tag,
+                                        bitmap);
+    }
+    throw nodara::NodaraException("Invalid ControlType " + type);
 }
 
 void TorvaneEditor::takeHostValues() {

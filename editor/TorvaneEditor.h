@@ -57,6 +57,9 @@ public:
 
 private:
     void build(widgets::Frame& panel);
+    /// The widget a control's ControlType names, tagged with the control's index.
+    std::unique_ptr<widgets::Widget> makeWidget(const nodara::Control& control, int tag,
+                                                const std::shared_ptr<widgets::Bitmap>& bitmap);
     void takeHostValues();
     bool isParameter(const widgets::Widget& widget) const;
 
