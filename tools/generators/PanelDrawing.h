@@ -145,6 +145,18 @@ inline cairo_pattern_t* chrome(double x0, double y0, double x1, double y1) {
 
 enum class Align { left, centre, right };
 
+/// The characters of UTF-8 text, one string each.
+inline std::vector<std::string> characters(const std::string& text) {
+    std::vector<std::string> result;
+    for (size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const size_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+        result.push_back(text.substr(i, length));
+        i += length;
+    }
+    return result;
+}
+
 /// Text in the toy font `family` at `size` pixels, its baseline at `y`, placed by `align` at
 /// `x`; `spacing` pixels between letters, as panel printing is.
 inline void label(cairo_t* cairo, const std::string& text, double x, double y, double size,
@@ -153,28 +165,20 @@ inline void label(cairo_t* cairo, const std::string& text, double x, double y, d
     cairo_select_font_face(cairo, family, CAIRO_FONT_SLANT_NORMAL,
                            bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(cairo, size);
-    double width = 0.0;
+    const auto letters = characters(text);
     std::vector<double> advances;
-    for (size_t i = 0; i < text.size();) {
-        // One UTF-8 character at a time, so that the spacing goes between letters.
-        size_t length = 1;
-        const auto lead = static_cast<unsigned char>(text[i]);
-        length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+    double width = spacing * (letters.empty() ? 0.0 : letters.size() - 1.0);
+    for (const auto& letter : letters) {
         cairo_text_extents_t extents;
-        cairo_text_extents(cairo, text.substr(i, length).c_str(), &extents);
+        cairo_text_extents(cairo, letter.c_str(), &extents);
         advances.push_back(extents.x_advance);
-        width += extents.x_advance + (i + length < text.size() ? spacing : 0.0);
-        i += length;
+        width += extents.x_advance;
     }
     double left = align == Align::left ? x : align == Align::centre ? x - width / 2 : x - width;
-    size_t letter = 0;
-    for (size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        const size_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+    for (size_t i = 0; i < letters.size(); ++i) {
         cairo_move_to(cairo, left, y);
-        cairo_show_text(cairo, text.substr(i, length).c_str());
-        left += advances[letter++] + spacing;
-        i += length;
+        cairo_show_text(cairo, letters[i].c_str());
+        left += advances[i] + spacing;
     }
 }
 
