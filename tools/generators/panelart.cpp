@@ -16,6 +16,7 @@
 #include "amp/AmplifierDocument.h"
 #include "tools/generators/PanelDrawing.h"
 
+#include <fontconfig/fontconfig.h>
 #include <pugixml.hpp>
 
 #include <cctype>
@@ -608,8 +609,10 @@ int generate(const std::filesystem::path& folder) {
     drawPicture(folder / "HorizontalSwitch-3P.png", 40, 60, drawThreeWaySwitch);
     drawPicture(folder / "VerticalSwitch.png", 20, 80, drawVerticalSwitch);
     drawPicture(folder / "donate.png", 92, 52, drawDonate);
-    // cairo keeps the fonts it looked up until told otherwise; a leak checker would count them.
+    // cairo and fontconfig keep the fonts they looked up until told otherwise; a leak checker
+    // would count them.
     cairo_debug_reset_static_data();
+    FcFini();
     return 0;
 }
 
