@@ -14,7 +14,7 @@ packages=(
   libfftw3-dev
   libsoxr-dev
   libsndfile1-dev
-  libcairo2-dev libx11-dev
+  libcairo2-dev libx11-dev libfontconfig-dev
   xvfb
   fonts-dejavu-core fonts-dejavu-extra
 )
