@@ -110,7 +110,11 @@ Frame::~Frame() {
     {
         XErrorTrap trap(display, errors);
         widgets.clear();
+        // cairo keeps data per display connection until its device is finished.
+        cairo_device_t* device = cairo_device_reference(cairo_surface_get_device(windowSurface));
         cairo_surface_destroy(windowSurface);
+        cairo_device_finish(device);
+        cairo_device_destroy(device);
         cairo_surface_destroy(backBuffer);
         if (!connectionLost) {
             if (!windowGone) {
