@@ -3,13 +3,15 @@
 #include "editor/widgets/XErrorTrap.h"
 
 #include <X11/Xutil.h>
-#include <cairo-xlib.h>
 #include <cairo.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 namespace torvane::widgets {
 
@@ -57,9 +59,6 @@ Frame::Frame(unsigned long parent, std::shared_ptr<Bitmap> picture)
     try {
         createWindow(parent);
     } catch (...) {
-        if (windowSurface != nullptr) {
-            cairo_surface_destroy(windowSurface);
-        }
         if (backBuffer != nullptr) {
             cairo_surface_destroy(backBuffer);
         }
@@ -93,12 +92,14 @@ void Frame::createWindow(unsigned long parent) {
                            static_cast<unsigned>(height), 0, parentAttributes.depth, InputOutput,
                            parentAttributes.visual,
                            CWEventMask | CWColormap | CWBackPixmap | CWBorderPixel, &attributes);
+    visual = parentAttributes.visual;
+    depth = parentAttributes.depth;
+    graphics = XCreateGC(display, handle, 0, nullptr);
     backBuffer = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-    windowSurface =
-        cairo_xlib_surface_create(display, handle, parentAttributes.visual, width, height);
     XMapWindow(display, handle);
     XSync(display, False);
     if (errors > 0) {
+        XFreeGC(display, graphics);
         XDestroyWindow(display, handle);
         XSync(display, False);
         throw WindowError("Frame: the X server refused the panel's window");
@@ -110,13 +111,9 @@ Frame::~Frame() {
     {
         XErrorTrap trap(display, errors);
         widgets.clear();
-        // cairo keeps data per display connection until its device is finished.
-        cairo_device_t* device = cairo_device_reference(cairo_surface_get_device(windowSurface));
-        cairo_surface_destroy(windowSurface);
-        cairo_device_finish(device);
-        cairo_device_destroy(device);
         cairo_surface_destroy(backBuffer);
         if (!connectionLost) {
+            XFreeGC(display, graphics);
             if (!windowGone) {
                 XDestroyWindow(display, handle);
             }
@@ -221,16 +218,69 @@ void Frame::compose(const Rect& area) {
     cairo_destroy(cairo);
 }
 
+// The back buffer's pixels are 32-bit words 0xXXRRGGBB. A window of depth 24 with those masks
+// takes them as they are; any other visual gets each pixel built from its masks, opaque.
 void Frame::present(const Rect& area) {
     cairo_surface_flush(backBuffer);
-    cairo_t* cairo = cairo_create(windowSurface);
-    cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
-    cairo_set_source_surface(cairo, backBuffer, 0, 0);
-    cairo_rectangle(cairo, area.left, area.top, area.width(), area.height());
-    cairo_fill(cairo);
-    cairo_destroy(cairo);
-    cairo_surface_flush(windowSurface);
+    auto* pixels = reinterpret_cast<char*>(cairo_image_surface_get_data(backBuffer));
+    const int stride = cairo_image_surface_get_stride(backBuffer);
+    auto* window = static_cast<Visual*>(visual);
+    if (depth == 24 && window->red_mask == 0xff0000 && window->green_mask == 0xff00 &&
+        window->blue_mask == 0xff) {
+        XImage image{};
+        image.width = background->width();
+        image.height = background->height();
+        image.format = ZPixmap;
+        image.data = pixels;
+        image.byte_order = LSBFirst;
+        image.bitmap_unit = 32;
+        image.bitmap_bit_order = LSBFirst;
+        image.bitmap_pad = 32;
+        image.depth = depth;
+        image.bytes_per_line = stride;
+        image.bits_per_pixel = 32;
+        image.red_mask = window->red_mask;
+        image.green_mask = window->green_mask;
+        image.blue_mask = window->blue_mask;
+        XInitImage(&image);
+        XPutImage(display, handle, graphics, &image, area.left, area.top, area.left, area.top,
+                  static_cast<unsigned>(area.width()), static_cast<unsigned>(area.height()));
+    } else {
+        presentConverted(area, pixels, stride);
+    }
     XFlush(display);
+}
+
+void Frame::presentConverted(const Rect& area, const char* pixels, int stride) {
+    auto* window = static_cast<Visual*>(visual);
+    XImage* image = XCreateImage(display, window, static_cast<unsigned>(depth), ZPixmap, 0,
+                                 nullptr, static_cast<unsigned>(area.width()),
+                                 static_cast<unsigned>(area.height()), 32, 0);
+    if (image == nullptr) {
+        return;
+    }
+    image->data = static_cast<char*>(std::malloc(static_cast<size_t>(image->bytes_per_line) *
+                                                 static_cast<size_t>(area.height())));
+    const auto scale = [](std::uint32_t value, unsigned long mask) {
+        const int shift = std::countr_zero(mask);
+        return ((static_cast<unsigned long>(value) * (mask >> shift) + 127) / 255) << shift;
+    };
+    const unsigned long colours = window->red_mask | window->green_mask | window->blue_mask;
+    const unsigned long opaque = (depth >= 32 ? ~0ul : (1ul << depth) - 1) & ~colours;
+    for (int y = 0; y < area.height(); ++y) {
+        const auto* row = reinterpret_cast<const std::uint32_t*>(
+            pixels + static_cast<ptrdiff_t>(area.top + y) * stride);
+        for (int x = 0; x < area.width(); ++x) {
+            const std::uint32_t pixel = row[area.left + x];
+            XPutPixel(image, x, y,
+                      opaque | scale((pixel >> 16) & 0xff, window->red_mask) |
+                          scale((pixel >> 8) & 0xff, window->green_mask) |
+                          scale(pixel & 0xff, window->blue_mask));
+        }
+    }
+    XPutImage(display, handle, graphics, image, 0, 0, area.left, area.top,
+              static_cast<unsigned>(area.width()), static_cast<unsigned>(area.height()));
+    XDestroyImage(image);
 }
 
 Widget* Frame::widgetAt(int x, int y) const {

@@ -10,6 +10,7 @@
 
 typedef struct _XDisplay Display;
 union _XEvent;
+struct _XGC;
 typedef struct _cairo_surface cairo_surface_t;
 
 namespace torvane::widgets {
@@ -52,6 +53,7 @@ private:
     /// Background and widgets within `area` into the back buffer, then onto the window.
     void compose(const Rect& area);
     void present(const Rect& area);
+    void presentConverted(const Rect& area, const char* pixels, int stride);
     Widget* widgetAt(int x, int y) const;
 
     Display* display = nullptr;
@@ -59,7 +61,10 @@ private:
     std::shared_ptr<Bitmap> background;
     /// The panel as drawn, so that an exposure costs a copy.
     cairo_surface_t* backBuffer = nullptr;
-    cairo_surface_t* windowSurface = nullptr;
+    /// How pixels go to the window: its visual (an Xlib Visual), depth and graphics context.
+    void* visual = nullptr;
+    int depth = 0;
+    _XGC* graphics = nullptr;
     std::vector<std::unique_ptr<Widget>> widgets;
     /// The widget a pressed button went down on; it gets the moves until the release.
     Widget* captured = nullptr;
