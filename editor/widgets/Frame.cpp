@@ -112,8 +112,9 @@ Frame::~Frame() {
         XErrorTrap trap(display, errors);
         widgets.clear();
         cairo_surface_destroy(backBuffer);
+        // On a lost connection Xlib sends nothing more, but still frees its own memory.
+        XFreeGC(display, graphics);
         if (!connectionLost) {
-            XFreeGC(display, graphics);
             if (!windowGone) {
                 XDestroyWindow(display, handle);
             }
