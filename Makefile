@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 VST_PATH ?= $(HOME)/.vst
 
-.PHONY: all deps configure build test bench demo tables install clean
+.PHONY: all deps configure build test bench demo tables art install clean
 
 all: build
 
@@ -36,6 +36,14 @@ TABLES_DIR ?= amp/data
 tables: configure
 	cmake --build $(BUILD_DIR) --target $(GENERATORS) -j$(JOBS)
 	for generator in $(GENERATORS); do $(BUILD_DIR)/generators/$$generator $(TABLES_DIR) || exit 1; done
+
+# The panel's pictures, drawn by tools/generators/panelart into $(ART_DIR), committed and
+# compiled into the plug-in.
+ART_DIR ?= editor/art
+
+art: configure
+	cmake --build $(BUILD_DIR) --target panelart -j$(JOBS)
+	$(BUILD_DIR)/generators/panelart $(ART_DIR)
 
 clean:
 	rm -rf $(BUILD_DIR)

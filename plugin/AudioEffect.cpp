@@ -132,6 +132,18 @@ void AudioEffect::setParameterAutomated(vst2::VstInt32 index, float value) {
     }
 }
 
+void AudioEffect::beginEdit(vst2::VstInt32 index) {
+    if (audioMaster != nullptr) {
+        audioMaster(&effect, vst2::audioMasterBeginEdit, index, 0, nullptr, 0.0f);
+    }
+}
+
+void AudioEffect::endEdit(vst2::VstInt32 index) {
+    if (audioMaster != nullptr) {
+        audioMaster(&effect, vst2::audioMasterEndEdit, index, 0, nullptr, 0.0f);
+    }
+}
+
 void AudioEffect::reportFailure(const char* where, const std::string& message) {
     if (message == lastFailure) {
         return;
@@ -192,6 +204,16 @@ vst2::VstIntPtr AudioEffect::dispatcher(vst2::VstInt32 opcode, vst2::VstInt32 in
         } else {
             resume();
         }
+        return 0;
+    case vst2::effEditGetRect:
+        return ptr != nullptr && getEditorRect(static_cast<vst2::ERect**>(ptr)) ? 1 : 0;
+    case vst2::effEditOpen:
+        return openEditor(ptr) ? 1 : 0;
+    case vst2::effEditClose:
+        closeEditor();
+        return 0;
+    case vst2::effEditIdle:
+        idleEditor();
         return 0;
     case vst2::effGetChunk:
         return ptr != nullptr ? getChunk(static_cast<void**>(ptr), index != 0) : 0;

@@ -53,6 +53,17 @@ public:
 
     /// Sets a parameter and tells the host, as a user's change from the window.
     void setParameterAutomated(vst2::VstInt32 index, float value);
+    /// Tell the host that the user takes hold of a parameter in the window, and lets it go.
+    void beginEdit(vst2::VstInt32 index);
+    void endEdit(vst2::VstInt32 index);
+
+    /// The window, on the host's window thread. An effect with one sets the has-editor flag.
+    /// `getEditorRect` stores a pointer to the effect's own rectangle; `openEditor` gets the
+    /// host's parent window (an X11 window id) and answers whether the window opened.
+    virtual bool getEditorRect(vst2::ERect**) { return false; }
+    virtual bool openEditor(void*) { return false; }
+    virtual void closeEditor() {}
+    virtual void idleEditor() {}
 
     /// Reports `message` on stderr unless it was the last one reported by this effect.
     void reportFailure(const char* where, const std::string& message);
@@ -63,6 +74,7 @@ protected:
     void setNumOutputs(vst2::VstInt32 count) { effect.numOutputs = count; }
     void canProcessReplacing(bool state) { setFlag(vst2::effFlagsCanReplacing, state); }
     void canDoubleReplacing(bool state) { setFlag(vst2::effFlagsCanDoubleReplacing, state); }
+    void hasEditor(bool state) { setFlag(vst2::effFlagsHasEditor, state); }
     void setFlag(vst2::VstInt32 flag, bool state);
 
     vst2::AudioMasterCallback audioMaster;

@@ -28,6 +28,19 @@ private:
 
 } // namespace
 
+/// Parameters for the panel: values in, the user's gestures out to the host.
+class TorvaneVST2Effect::EditorLink : public EditorHost {
+public:
+    explicit EditorLink(TorvaneVST2Effect& effect) : effect(effect) {}
+    float parameterValue(int index) override { return effect.getParameter(index); }
+    void beginEdit(int index) override { effect.beginEdit(index); }
+    void automate(int index, float value) override { effect.setParameterAutomated(index, value); }
+    void endEdit(int index) override { effect.endEdit(index); }
+
+private:
+    TorvaneVST2Effect& effect;
+};
+
 TorvaneVST2Effect::TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster,
                                      const std::shared_ptr<nodara::Driver>& driver)
     : AudioEffectX(audioMaster, 1, static_cast<vst2::VstInt32>(driver->getControls()->size())),
@@ -43,7 +56,17 @@ TorvaneVST2Effect::TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster,
             monoMode = control->getValue() < 0.5f;
         }
     }
+    editorLink = std::make_unique<EditorLink>(*this);
+    editor = std::make_unique<TorvaneEditor>(*editorLink, controls);
+    const auto& panel = editor->getRect();
+    editorRect = {static_cast<vst2::VstInt16>(panel.top), static_cast<vst2::VstInt16>(panel.left),
+                  static_cast<vst2::VstInt16>(panel.bottom),
+                  static_cast<vst2::VstInt16>(panel.right)};
+    hasEditor(true);
 }
+
+// The panel goes before the controls and the driver it shows.
+TorvaneVST2Effect::~TorvaneVST2Effect() { editor.reset(); }
 
 void TorvaneVST2Effect::open() { changed = true; }
 
@@ -129,6 +152,7 @@ void TorvaneVST2Effect::setParameter(vst2::VstInt32 index, float value) {
     if (control.getName() == "Stereo") {
         monoMode = value < 0.5f;
     }
+    editor->setParameter(index, value);
 }
 
 float TorvaneVST2Effect::getParameter(vst2::VstInt32 index) {
@@ -158,5 +182,24 @@ bool TorvaneVST2Effect::getVendorString(char* text) {
     copyString(text, "Quillon Audio", vst2::kVstMaxVendorStrLen);
     return true;
 }
+
+bool TorvaneVST2Effect::getEditorRect(vst2::ERect** rect) {
+    *rect = &editorRect;
+    return true;
+}
+
+bool TorvaneVST2Effect::openEditor(void* parent) {
+    try {
+        editor->open(reinterpret_cast<unsigned long>(parent));
+        return true;
+    } catch (const std::exception& error) {
+        reportFailure("effEditOpen", error.what());
+    }
+    return false;
+}
+
+void TorvaneVST2Effect::closeEditor() { editor->close(); }
+
+void TorvaneVST2Effect::idleEditor() { editor->idle(); }
 
 } // namespace torvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "editor/TorvaneEditor.h"
 #include "plugin/AudioEffectX.h"
 #include "runtime/Driver.h"
 
@@ -11,16 +12,19 @@ namespace torvane {
 
 /// The effect a host talks to: a thin shell around the amplifier's `Driver`. It forwards the
 /// life-cycle calls, exposes each control as a parameter, handles mono and stereo buses, and
-/// passes audio blocks. Everything that sounds is in the system document.
+/// passes audio blocks. Everything that sounds is in the system document. Its window is the
+/// amplifier's panel, a `TorvaneEditor`, which only `openEditor` puts on a display.
 ///
 /// Threads: `processReplacing` on the audio thread; `setParameter` and `getParameter` from any
 /// thread (a control's writer waits, the audio thread only tries); `setSampleRate` and
 /// `setBlockSize` from the dispatcher thread, normally while suspended; they wait for a
-/// running block and allocate.
+/// running block and allocate. The editor's operations on the host's window thread;
+/// `setParameter` hands the panel the value without waiting, from any thread.
 class TorvaneVST2Effect : public AudioEffectX {
 public:
     /// Sets the amplifier up on `driver` (networks, tables, cabinet, value maps).
     TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster, const std::shared_ptr<nodara::Driver>& driver);
+    ~TorvaneVST2Effect() override;
 
     void open() override;
     void suspend() override;
@@ -39,6 +43,11 @@ public:
     bool getVendorString(char* text) override;
     vst2::VstInt32 getVendorVersion() override { return 1100; }
     bool canParameterBeAutomated(vst2::VstInt32) override { return true; }
+    bool getEditorRect(vst2::ERect** rect) override;
+    /// Answers false, with the reason on stderr, when the panel cannot open.
+    bool openEditor(void* parent) override;
+    void closeEditor() override;
+    void idleEditor() override;
 
     bool isMonoBus() const { return monoBus.load(); }
     bool isMonoMode() const { return monoMode.load(); }
@@ -62,6 +71,11 @@ private:
     std::shared_ptr<nodara::Driver> driver;
     nodara::Driver::ControlList controls;
     std::vector<nodara::scalar*> driverInputs{nullptr, nullptr};
+    /// The panel's view of this effect.
+    class EditorLink;
+    std::unique_ptr<EditorLink> editorLink;
+    std::unique_ptr<TorvaneEditor> editor;
+    vst2::ERect editorRect{};
 };
 
 } // namespace torvane

@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build, the tests, the benchmarks and the tools need.
+# Installs the Debian packages that the build, the tests, the benchmarks and the tools need:
+# Xvfb gives the panel's tests a display where there is none, and the DejaVu fonts are the
+# ones the panel's art is drawn with.
 # Does nothing when they are all present, so `make` targets can call it every time.
 set -euo pipefail
 
@@ -12,7 +14,9 @@ packages=(
   libfftw3-dev
   libsoxr-dev
   libsndfile1-dev
-  libcairo2-dev libx11-dev
+  libcairo2-dev libx11-dev libfontconfig-dev
+  xvfb
+  fonts-dejavu-core fonts-dejavu-extra
 )
 
 missing=()

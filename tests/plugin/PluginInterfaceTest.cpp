@@ -33,7 +33,7 @@ TEST(PluginInterface, TellsItsIdentity) {
               std::tuple(vst2::effectMagic, 0x6d353172, 8, 1, 2, 2, 1, 0, 1.0f));
     EXPECT_EQ(r.flags & (vst2::effFlagsCanReplacing | vst2::effFlagsCanDoubleReplacing |
                          vst2::effFlagsHasEditor),
-              vst2::effFlagsCanReplacing);
+              vst2::effFlagsCanReplacing | vst2::effFlagsHasEditor);
     char text[65] = {};
     EXPECT_EQ(effect.call(vst2::effGetVendorString, 0, 0, text), 1);
     EXPECT_STREQ(text, "Quillon Audio");

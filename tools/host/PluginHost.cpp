@@ -48,10 +48,20 @@ VstIntPtr copyString(void* buffer, const char* text, size_t size) {
     return 1;
 }
 
-VstIntPtr audioMaster(vst2::AEffect* effect, VstInt32 opcode, VstInt32, VstIntPtr, void* ptr,
-                      float) {
-    const PluginHost* host = hostOf(effect);
+VstIntPtr audioMaster(vst2::AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr,
+                      void* ptr, float opt) {
+    PluginHost* host = hostOf(effect);
     switch (opcode) {
+    case vst2::audioMasterAutomate:
+    case vst2::audioMasterBeginEdit:
+    case vst2::audioMasterEndEdit:
+        if (host != nullptr) {
+            const auto kind = opcode == vst2::audioMasterAutomate  ? ParameterEdit::Kind::automate
+                              : opcode == vst2::audioMasterBeginEdit ? ParameterEdit::Kind::begin
+                                                                     : ParameterEdit::Kind::end;
+            host->reportEdit({kind, index, opcode == vst2::audioMasterAutomate ? opt : 0.0f});
+        }
+        return 1;
     case vst2::audioMasterVersion:
         return hostInterfaceVersion;
     case vst2::audioMasterGetSampleRate:
@@ -101,6 +111,13 @@ PluginHost::PluginHost(const std::string& path)
 }
 
 PluginHost::~PluginHost() {
+    if (editorIsOpen) {
+        try {
+            closeEditor();
+        } catch (...) {
+            // The effect is closed next in any case.
+        }
+    }
     if (resumed) {
         try {
             suspend();
@@ -272,6 +289,42 @@ void PluginHost::process(float** inputs, float** outputs, int frames) {
                                " frames, outside 1 to " + std::to_string(blockFrames));
     }
     guarded("processReplacing", [&] { effect->processReplacing(effect, inputs, outputs, frames); });
+}
+
+bool PluginHost::hasEditor() const { return (effect->flags & vst2::effFlagsHasEditor) != 0; }
+
+std::optional<EditorSize> PluginHost::editorSize() {
+    vst2::ERect* rect = nullptr;
+    dispatch(vst2::effEditGetRect, 0, 0, &rect);
+    if (rect == nullptr) {
+        return std::nullopt;
+    }
+    return EditorSize{rect->right - rect->left, rect->bottom - rect->top};
+}
+
+bool PluginHost::openEditor(unsigned long parentWindow) {
+    if (editorIsOpen) {
+        closeEditor();
+    }
+    editorIsOpen = dispatch(vst2::effEditOpen, 0, 0, reinterpret_cast<void*>(parentWindow)) != 0;
+    return editorIsOpen;
+}
+
+void PluginHost::idleEditor() {
+    if (editorIsOpen) {
+        dispatch(vst2::effEditIdle);
+    }
+}
+
+void PluginHost::closeEditor() {
+    editorIsOpen = false;
+    dispatch(vst2::effEditClose);
+}
+
+void PluginHost::reportEdit(const ParameterEdit& edit) {
+    if (editListener) {
+        editListener(edit);
+    }
 }
 
 void PluginHost::closeEffect() noexcept {

@@ -3,6 +3,8 @@
 #include "plugin/Vst2Abi.h"
 #include "tools/host/SharedLibrary.h"
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,22 @@ struct PluginIdentity {
     std::vector<std::string> parameterNames;
 };
 
+/// What an effect's window told the host about a parameter: the user took hold of it, moved
+/// it to `value`, or let it go.
+struct ParameterEdit {
+    enum class Kind { begin, automate, end };
+    Kind kind;
+    int index;
+    float value;  ///< for automate
+    bool operator==(const ParameterEdit&) const = default;
+};
+
+/// The size of an effect's window, in pixels.
+struct EditorSize {
+    int width;
+    int height;
+};
+
 /// The speaker arrangement announced for both the input and the output side.
 enum class ChannelLayout { mono, stereo };
 
@@ -30,8 +48,9 @@ enum class ChannelLayout { mono, stereo };
 /// suspended, `prepare` (rate, block size, arrangement) and parameter values; `resume`; blocks;
 /// `suspend`; and on destruction effClose and the unloading of the library.
 ///
-/// Single-threaded: every call, and every callback the effect makes, happens on the thread
-/// that uses the host. Until `prepare`, the effect's queries are answered with 44100 Hz and
+/// Threads: as a real host, one thread may run `process` and `setParameter` while another
+/// drives the effect's window (`openEditor`, `idleEditor`, `closeEditor`) and gets its edits;
+/// everything else on one thread. Until `prepare`, the effect's queries are answered with 44100 Hz and
 /// 1024 frames.
 class PluginHost {
 public:
@@ -65,6 +84,21 @@ public:
     /// pointer per input and output of the effect.
     void process(float** inputs, float** outputs, int frames);
 
+    /// The effect's window. `openEditor` gets the X11 window to open in; it answers what the
+    /// effect answers, true when the window opened. While it is open the owner calls
+    /// `idleEditor` often (15 to 60 times a second). The window closes with the host.
+    bool hasEditor() const;
+    /// The rectangle the effect reports, or nothing when it reports none.
+    std::optional<EditorSize> editorSize();
+    bool openEditor(unsigned long parentWindow);
+    void idleEditor();
+    void closeEditor();
+    bool editorOpen() const { return editorIsOpen; }
+    /// Called with every edit the window reports, on the thread the edit comes on.
+    void onEdit(std::function<void(const ParameterEdit&)> listener) { editListener = std::move(listener); }
+    /// The effect's callback hands its window's edits in here.
+    void reportEdit(const ParameterEdit& edit);
+
     /// The host's answers to the effect's queries.
     double sampleRate() const { return rate; }
     int maxBlockFrames() const { return blockFrames; }
@@ -91,6 +125,8 @@ private:
     int blockFrames = 1024;
     bool prepared = false;
     bool resumed = false;
+    bool editorIsOpen = false;
+    std::function<void(const ParameterEdit&)> editListener;
 };
 
 /// The plug-in's unique id as its four characters, or as a number when they are not printable.

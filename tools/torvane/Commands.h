@@ -15,6 +15,10 @@ int tablesCommand(Arguments& arguments);
 int infoCommand(Arguments& arguments);
 int designCommand(Arguments& arguments);
 int renderCommand(Arguments& arguments);
+int editorCommand(Arguments& arguments);
+
+/// Torvane.so in the folder of the running program.
+std::string defaultPluginPath();
 
 /// The text of a file, or a FileError naming it.
 std::string readTextFile(const std::string& path);

@@ -80,17 +80,6 @@ struct RenderOptions {
     std::vector<ControlSetting> settings;
 };
 
-/// Torvane.so in the folder of the running program.
-std::string defaultPluginPath() {
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (error) {
-        throw std::runtime_error("cannot find the folder of this program (" + error.message() +
-                                 "); name the plug-in with --plugin");
-    }
-    return (program.parent_path() / "Torvane.so").string();
-}
-
 RenderOptions parseOptions(Arguments& arguments) {
     RenderOptions options;
     options.input = arguments.takeOption("--in");
@@ -178,6 +167,16 @@ long long renderAll(RenderSource& source, host::BlockRenderer& renderer, AudioWr
 }
 
 } // namespace
+
+std::string defaultPluginPath() {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) {
+        throw std::runtime_error("cannot find the folder of this program (" + error.message() +
+                                 "); name the plug-in with --plugin");
+    }
+    return (program.parent_path() / "Torvane.so").string();
+}
 
 int renderCommand(Arguments& arguments) {
     const RenderOptions options = parseOptions(arguments);

@@ -32,6 +32,7 @@ Commands:
   info FILE.wav          print a file's format, peak and RMS level
   design --family F ...  print the coefficients of a recursive filter design
   render --out OUT.wav   run audio (or a demo riff) through a VST 2.4 plug-in
+  editor                 show a VST 2.4 plug-in's window and try its controls
 
 Run 'torvane <command> --help' for the options of a command.
 )";
@@ -172,6 +173,24 @@ Stereo.
 On a terminal a bar shows the progress of a render longer than a second. On
 any failure the message goes to stderr, the exit code is 1 and no output file
 is left behind; a usage error exits 2.
+)"}},
+        {"editor",
+         {torvane::cli::editorCommand,
+          R"(Usage: torvane editor [--plugin PATH.so] [--screenshot OUT.png] [--seconds S]
+
+Loads a VST 2.4 effect, by default Torvane.so beside this program, and opens
+its window (its editor) in a window of this program, as a host does, so that
+the panel can be seen and tried without a workstation. Each parameter the user
+lets go of is printed with its value. The window closes after S seconds, or
+when it is closed; no audio runs.
+
+  --plugin PATH      the effect's shared object
+  --screenshot FILE  write what the window shows as PNG, then close (after S
+                     seconds with --seconds, else as soon as it has drawn)
+  --seconds S        close after S seconds
+
+It needs an X display (DISPLAY); without one it says so and exits 1, as it
+does when the effect has no window or cannot open it.
 )"}},
     };
     return table;

@@ -1,0 +1,173 @@
+// The panel built from the amplifier's document, in a window of its own on a display.
+
+#include "amp/Amplifier.h"
+#include "amp/AmplifierDocument.h"
+#include "editor/DonateButton.h"
+#include "editor/TorvaneEditor.h"
+#include "runtime/Exceptions.h"
+#include "support/Tool.h"
+#include "support/VirtualDisplay.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+namespace {
+
+using namespace torvane;
+using nodara::testing::SyntheticPointer;
+
+/// An effect as the panel sees it: values from a table, every gesture written down.
+struct RecordingHost : EditorHost {
+    std::map<int, float> values;
+    std::vector<std::string> calls;
+    float parameterValue(int index) override { return values[index]; }
+    void beginEdit(int index) override { calls.push_back("begin " + std::to_string(index)); }
+    void automate(int index, float value) override {
+        values[index] = value;
+        calls.push_back("automate " + std::to_string(index));
+    }
+    void endEdit(int index) override { calls.push_back("end " + std::to_string(index)); }
+};
+
+/// A top-level window to open the panel in, as a host gives one.
+class ParentWindow {
+public:
+    ParentWindow() : display(XOpenDisplay(nullptr)) {
+        window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1000, 400, 0, 0, 0);
+        XMapWindow(display, window);
+        XSync(display, False);
+    }
+    ~ParentWindow() {
+        XDestroyWindow(display, window);
+        XCloseDisplay(display);
+    }
+    Display* display;
+    Window window;
+};
+
+TorvaneEditor::ControlList amplifierControls() {
+    return makeProductDriver(amplifierDocument)->getControls();
+}
+
+TEST(TorvaneEditor, BuildsOneWidgetPerControlAtItsRectangle) {
+    RecordingHost host;
+    TorvaneEditor editor(host, amplifierControls());
+    EXPECT_EQ(editor.getRect(), (widgets::Rect{0, 0, 1000, 400}));
+    ParentWindow parent;
+    editor.open(parent.window);
+    struct Expected {
+        widgets::Rect rect;
+        int frames;
+    } expected[] = {
+        {{281, 272, 347, 338}, 101}, {{369, 272, 435, 338}, 101}, {{465, 272, 531, 338}, 101},
+        {{723, 274, 763, 294}, 3},   {{721, 304, 741, 344}, 2},   {{671, 304, 691, 344}, 2},
+        {{185, 272, 251, 338}, 101}, {{778, 304, 798, 344}, 2},
+    };
+    const auto& widgets = editor.getWidgets();
+    ASSERT_EQ(widgets.size(), 8u);
+    for (size_t i = 0; i < widgets.size(); ++i) {
+        EXPECT_EQ(widgets[i]->rect(), expected[i].rect) << i;
+        EXPECT_EQ(widgets[i]->frameCount(), expected[i].frames) << i;
+        EXPECT_EQ(widgets[i]->tag(), static_cast<int>(i));
+    }
+    EXPECT_EQ(widgets[0]->bitmap(), widgets[6]->bitmap()) << "the knobs share one picture";
+    EXPECT_EQ(editor.getDonateButton()->rect(), (widgets::Rect{454, 237, 546, 263}));
+    EXPECT_EQ(nodara::testing::childWindows(parent.display, parent.window).size(), 1u);
+    editor.close();
+    EXPECT_TRUE(nodara::testing::childWindows(parent.display, parent.window).empty());
+    EXPECT_TRUE(editor.getWidgets().empty());
+}
+
+TEST(TorvaneEditor, RefusesAnUnknownControlTypeAndLeavesNothingOpen) {
+    auto control = std::make_shared<nodara::Control>("Tone", "Tone", 0.5f);
+    control->setUIProperties({{"ControlType", "CSlider"}, {"Image", "fender-chicken.png"}});
+    auto controls = amplifierControls();
+    controls->push_back(control);
+    RecordingHost host;
+    TorvaneEditor editor(host, controls);
+    ParentWindow parent;
+    try {
+        editor.open(parent.window);
+        FAIL() << "an unknown type was accepted";
+    } catch (const nodara::NodaraException& error) {
+        EXPECT_EQ(error.getMessage(), "Invalid ControlType CSlider");
+    }
+    EXPECT_FALSE(editor.isOpen());
+    EXPECT_TRUE(nodara::testing::childWindows(parent.display, parent.window).empty());
+}
+
+TEST(TorvaneEditor, HostValuesMoveWidgetsAtIdleWithoutCallingBack) {
+    RecordingHost host;
+    host.values[2] = 0.25f;
+    TorvaneEditor editor(host, amplifierControls());
+    editor.setParameter(2, 0.9f); // closed: ignored, the effect's own value counts at open
+    ParentWindow parent;
+    editor.open(parent.window);
+    EXPECT_FLOAT_EQ(editor.getWidgets()[2]->value(), 0.25f);
+    editor.setParameter(2, 0.75f);
+    editor.setParameter(8, 0.5f);
+    editor.setParameter(-1, 0.5f);
+    EXPECT_FLOAT_EQ(editor.getWidgets()[2]->value(), 0.25f) << "stored until the idle";
+    editor.idle();
+    EXPECT_FLOAT_EQ(editor.getWidgets()[2]->value(), 0.75f);
+    EXPECT_TRUE(host.calls.empty());
+}
+
+TEST(TorvaneEditor, ADragOnAKnobIsOneGestureToTheHost) {
+    RecordingHost host;
+    host.values[6] = 0.5f;
+    TorvaneEditor editor(host, amplifierControls());
+    ParentWindow parent;
+    editor.open(parent.window);
+    SyntheticPointer pointer(parent.display, editor.getWindow());
+    pointer.drag(218, 305, -40);
+    editor.idle();
+    EXPECT_NEAR(host.values[6], 0.7f, 1e-5);
+    ASSERT_GE(host.calls.size(), 3u);
+    EXPECT_EQ(host.calls.front(), "begin 6");
+    EXPECT_EQ(host.calls[1], "automate 6");
+    EXPECT_EQ(host.calls.back(), "end 6");
+    EXPECT_EQ(editor.protocolErrors(), 0);
+}
+
+TEST(TorvaneEditor, TheDonateButtonOpensThePageOnEveryPress) {
+    const auto folder = nodara::testing::scratch() / "browser";
+    std::filesystem::create_directories(folder);
+    const auto opened = folder / "opened.txt";
+    {
+        std::ofstream script(folder / "xdg-open");
+        script << "#!/bin/sh\necho \"$@\" >> " << opened.string() << "\n";
+    }
+    std::filesystem::permissions(folder / "xdg-open", std::filesystem::perms::owner_all);
+    setenv("PATH", (folder.string() + ":" + std::getenv("PATH")).c_str(), 1);
+
+    RecordingHost host;
+    TorvaneEditor editor(host, amplifierControls(), "https://www.torvane.audio/donate?test");
+    ParentWindow parent;
+    editor.open(parent.window);
+    SyntheticPointer pointer(parent.display, editor.getWindow());
+    pointer.click(500, 250);
+    pointer.click(500, 250);
+    editor.idle();
+    std::string text;
+    for (int wait = 0; wait < 500 && std::count(text.begin(), text.end(), '\n') < 2; ++wait) {
+        usleep(10000);
+        text = nodara::testing::readAll(opened);
+    }
+    EXPECT_EQ(text, "https://www.torvane.audio/donate?test\nhttps://www.torvane.audio/donate?test\n");
+    EXPECT_TRUE(host.calls.empty()) << "the button is no parameter";
+}
+
+TEST(TorvaneEditor, TheDonatePageIsOurs) {
+    EXPECT_EQ(std::string(donateUrl).rfind("https://", 0), 0u);
+    EXPECT_NE(std::string(donateUrl).find("torvane"), std::string::npos);
+}
+
+} // namespace
