@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/signal/BiQuadLayout.h"
 #include "kernels/signal/SignalKernelBuilds.h"
 
 // The signal kernels written once over a gang of lanes, instantiated by each instruction-set
@@ -7,9 +8,12 @@
 // wider instruction set can be shared with a narrower build by the linker. For the same reason
 // nothing here calls the standard library.
 //
-// Lanes provides: width; zero(), load(p), store(p); + and *; and on interleaved complex values
-// swapPairs() (re, im → im, re), evenDuplicated() and oddDuplicated() (each pair's real or
-// imaginary part in both of its lanes), negateEven() (flips the sign of every real part).
+// Lanes provides: width; zero(), load(p), store(p); +, − and *; lane(i). For spectra, on
+// interleaved complex values: swapPairs() (re, im → im, re), evenDuplicated() and
+// oddDuplicated() (each pair's real or imaginary part in both of its lanes), negateEven() (flips
+// the sign of every real part). For cascades: skew; shiftUpInserting(s) (lane i to lane i + 1, s
+// into lane 0); a Mask type, working(t, frames) (the lanes i with 0 ≤ t − skew·i < frames) and
+// select(mask, a, b) (a where the mask is set, b elsewhere).
 namespace nodara::kernels::lanes {
 
 /// x·h per complex pair: x·(hr, hr) + (−xi·hi, xr·hi), the sum of the real lanes written as an
@@ -34,10 +38,116 @@ void sumOfSpectrumProducts(int32 complexCount, int32 terms, const scalar* const*
     }
 }
 
-/// Every signal kernel instantiated over Lanes, under a build's name.
+/// One biquad step in every lane, in the order of the single filter.
 template <class Lanes>
-constexpr SignalKernelBuild buildOver(const char* name, int32 minimumLevel) {
-    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>};
+struct BiQuadLanes {
+    Lanes b0, b1, b2, a1, a2;
+
+    Lanes step(Lanes x, Lanes x1, Lanes x2, Lanes y1, Lanes y2) const {
+        Lanes sum = b0 * x + b1 * x1;
+        sum = sum + b2 * x2;
+        sum = sum - a1 * y1;
+        return sum - a2 * y2;
+    }
+};
+
+/// Lane s works on sample t − skew·s at step t, so its input is the output of lane s − 1
+/// `skew` steps before: the path through the lane shift then spans `skew` steps and only the
+/// recursion of each stage sets the pace. Steps whose lanes do not all hold a sample of the
+/// block (filling and draining the pipeline) keep the state of the idle lanes; the raw outputs
+/// of idle lanes are never read by a lane at work.
+template <class Lanes>
+class CascadeGroup {
+public:
+    CascadeGroup(int32 stages, const scalar* coefficients, scalar* state, int32 rowStride)
+        : stages(stages), state(state), rowStride(rowStride),
+          filter{Lanes::load(coefficients + rowB0 * rowStride),
+                 Lanes::load(coefficients + rowB1 * rowStride),
+                 Lanes::load(coefficients + rowB2 * rowStride),
+                 Lanes::load(coefficients + rowA1 * rowStride),
+                 Lanes::load(coefficients + rowA2 * rowStride)},
+          x1(Lanes::load(state + rowX1 * rowStride)), x2(Lanes::load(state + rowX2 * rowStride)),
+          y1(Lanes::load(state + rowY1 * rowStride)), y2(Lanes::load(state + rowY2 * rowStride)) {
+        for (Lanes& output : recent) {
+            output = Lanes::zero();
+        }
+    }
+
+    void run(const scalar* in, scalar* out, int32 frames) {
+        const int32 fill = Lanes::skew * (stages - 1);
+        const int32 total = frames + fill;
+        int32 t = 0;
+        for (; t < fill && t < total; ++t) {
+            step<true>(in, out, frames, t, fill);
+        }
+        for (; t < frames; ++t) {
+            step<false>(in, out, frames, t, fill);
+        }
+        for (; t < total; ++t) {
+            step<true>(in, out, frames, t, fill);
+        }
+        x1.store(state + rowX1 * rowStride);
+        x2.store(state + rowX2 * rowStride);
+        y1.store(state + rowY1 * rowStride);
+        y2.store(state + rowY2 * rowStride);
+    }
+
+private:
+    template <bool partial>
+    void step(const scalar* in, scalar* out, int32 frames, int32 t, int32 fill) {
+        const scalar sample = partial && t >= frames ? 0.0f : in[t];
+        const Lanes x = recent[Lanes::skew - 1].shiftUpInserting(sample);
+        const Lanes y = filter.step(x, x1, x2, y1, y2);
+        if constexpr (partial) {
+            const typename Lanes::Mask working = Lanes::working(t, frames);
+            x2 = Lanes::select(working, x1, x2);
+            x1 = Lanes::select(working, x, x1);
+            y2 = Lanes::select(working, y1, y2);
+            y1 = Lanes::select(working, y, y1);
+        } else {
+            x2 = x1;
+            x1 = x;
+            y2 = y1;
+            y1 = y;
+        }
+        for (int32 k = Lanes::skew - 1; k > 0; --k) {
+            recent[k] = recent[k - 1];
+        }
+        recent[0] = y;
+        if (!partial || (t >= fill && t - fill < frames)) {
+            out[t - fill] = y.lane(stages - 1);
+        }
+    }
+
+    int32 stages;
+    scalar* state;
+    int32 rowStride;
+    BiQuadLanes<Lanes> filter;
+    Lanes x1, x2, y1, y2;
+    /// Raw outputs of the last `skew` steps, the newest first.
+    Lanes recent[Lanes::skew];
+};
+
+/// The cascade in groups of up to Lanes::width stages, each group over the whole block.
+template <class Lanes>
+void biQuadCascadeIn(int32 stages, const scalar* coefficients, scalar* state, int32 rowStride,
+                     const scalar* in, scalar* out, int32 frames) {
+    if (frames <= 0) {
+        return;
+    }
+    for (int32 first = 0; first < stages; first += Lanes::width) {
+        const int32 group = stages - first < Lanes::width ? stages - first : Lanes::width;
+        CascadeGroup<Lanes>(group, coefficients + first, state + first, rowStride)
+            .run(first == 0 ? in : out, out, frames);
+    }
+}
+
+/// Every signal kernel instantiated under a build's name: Lanes for the spectra, and the
+/// cascade as the build chooses its lanes by the number of stages.
+template <class Lanes>
+constexpr SignalKernelBuild buildOver(const char* name, int32 minimumLevel,
+                                      decltype(SignalKernelBuild::biQuadCascade) cascade) {
+    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>, cascade};
 }
 
 } // namespace nodara::kernels::lanes

@@ -14,6 +14,8 @@ struct SignalKernelBuild {
     int32 minimumLevel;
     void (*sumOfSpectrumProducts)(int32 complexCount, int32 terms, const scalar* const* spectra,
                                   const scalar* responses, int32 responseStride, scalar* sum);
+    void (*biQuadCascade)(int32 stages, const scalar* coefficients, scalar* state,
+                          int32 rowStride, const scalar* in, scalar* out, int32 frames);
 };
 
 /// Plain loops: the reference every vector form must equal bit for bit.

@@ -37,4 +37,9 @@ void sumOfSpectrumProducts(int32 complexCount, int32 terms, const scalar* const*
                                           sum);
 }
 
+void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int32 rowStride,
+                   const scalar* in, scalar* out, int32 frames) {
+    selectedBuild().biQuadCascade(stages, coefficients, state, rowStride, in, out, frames);
+}
+
 } // namespace nodara::kernels

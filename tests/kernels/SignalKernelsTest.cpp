@@ -1,5 +1,6 @@
 #include "KernelTestSupport.h"
 #include "kernels/signal/SignalKernelBuilds.h"
+#include "kernels/signal/SignalKernels.h"
 
 namespace nodara::kernels {
 namespace {
@@ -48,6 +49,50 @@ TEST_P(SignalKernels, SpectrumProductsEqualThePlainLoop) {
             signalReferenceBuild.sumOfSpectrumProducts(complexCount, terms, spectra.data(),
                                                        responses.data(), stride, expected.data());
             EXPECT_EQ(bitsOf(sum), bitsOf(expected)) << complexCount << " values, " << terms << " terms";
+        }
+    }
+}
+
+/// Stable stages with coefficients that differ from stage to stage, in the lane layout.
+std::vector<scalar> cascadeCoefficients(int32 stages, int32 stride) {
+    std::vector<scalar> rows(size_t(biQuadRows * stride), 0.0f);
+    const std::vector<scalar> spread = noise(size_t(biQuadRows * stages), 3);
+    for (int32 s = 0; s < stages; ++s) {
+        const auto at = [&](int32 row) { return spread[size_t(row * stages + s)]; };
+        rows[size_t(rowB0 * stride + s)] = 0.2f + 0.1f * at(rowB0);
+        rows[size_t(rowB1 * stride + s)] = 0.4f + 0.1f * at(rowB1);
+        rows[size_t(rowB2 * stride + s)] = 0.2f + 0.1f * at(rowB2);
+        rows[size_t(rowA1 * stride + s)] = -1.1f + 0.1f * at(rowA1);
+        rows[size_t(rowA2 * stride + s)] = 0.4f + 0.1f * at(rowA2);
+    }
+    return rows;
+}
+
+// Stage counts below, at and past each lane width; blocks from 1 frame (shorter than the
+// pipeline) to long ones, the state carried from block to block; the vector build writes in
+// place, the reference from one array to another.
+TEST_P(SignalKernels, CascadeEqualsItsStagesOneAfterAnother) {
+    const std::vector<int32> blocks = {1, 7, 64, 300, 2, 1000, 5, 3};
+    const std::vector<scalar> input = noise(2000, 4);
+    for (int32 stages : {1, 2, 3, 4, 5, 8, 9, 12, 16, 17}) {
+        const int32 stride = biQuadRowStride(stages);
+        const std::vector<scalar> coefficients = cascadeCoefficients(stages, stride);
+        std::vector<scalar> state(size_t(biQuadStateRows * stride), 0.0f), expectedState = state;
+        std::vector<scalar> output = input, expected(input.size());
+        for (size_t at = 0, b = 0; at < input.size(); at += size_t(blocks[b++ % blocks.size()])) {
+            const int32 n = std::min(blocks[b % blocks.size()], int32(input.size() - at));
+            build().biQuadCascade(stages, coefficients.data(), state.data(), stride,
+                                  output.data() + at, output.data() + at, n);
+            signalReferenceBuild.biQuadCascade(stages, coefficients.data(), expectedState.data(),
+                                               stride, input.data() + at, expected.data() + at, n);
+        }
+        EXPECT_EQ(bitsOf(output), bitsOf(expected)) << stages << " stages";
+        // Columns past the last stage are the lanes' scratch.
+        for (int32 row = 0; row < biQuadStateRows; ++row) {
+            const auto first = size_t(row * stride);
+            EXPECT_EQ(bitsOf({state.begin() + first, state.begin() + first + stages}),
+                      bitsOf({expectedState.begin() + first, expectedState.begin() + first + stages}))
+                << stages << " stages, state row " << row;
         }
     }
 }
