@@ -1,5 +1,6 @@
 #include "dsp/elements/LookupTableFilter.h"
 
+#include "kernels/signal/SignalKernels.h"
 #include "runtime/Exceptions.h"
 
 #include <xmmintrin.h>
@@ -127,14 +128,9 @@ void LookupTableFilter::process(const scalar* in, scalar* out, size_t framesPerB
     if (values->empty()) {
         throw NodaraException("LookupTableFilter: " + name + " lookup data is not defined.");
     }
-    const scalar* table = values->data();
-    const auto last = static_cast<int32>(values->size()) - 1;
-    const scalar low = vinMin;
-    const scalar spacing = deltaV;
-    const scalar scale = inverse;
-    for (size_t frame = 0; frame < framesPerBuffer; ++frame) {
-        out[frame] = lookup(in[frame], table, last, low, spacing, scale);
-    }
+    // The same arithmetic as one lookup, in vector lanes.
+    kernels::tableLookup(values->data(), static_cast<int32>(values->size()) - 1, vinMin, deltaV,
+                         inverse, in, out, static_cast<int32>(framesPerBuffer));
 }
 
 Filter::IterationResults& LookupTableFilter::iteration(const IterationResults& in, size_t,

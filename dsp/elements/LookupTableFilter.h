@@ -32,7 +32,7 @@ public:
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
     scalar* process(scalar* in, size_t framesPerBuffer) override;
-    /// In place is allowed.
+    /// In place is allowed. Many lookups side by side in vector lanes, each as the single one.
     void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
     IterationResults& iteration(const IterationResults& in, size_t frame,
                                 int32 iteration) override;

@@ -15,10 +15,14 @@ struct OctetLanes {
     /// The shift across the register's halves is slow: the input path takes three steps.
     static constexpr int32 skew = 3;
     using Mask = __m256;
+    struct Index {
+        __m256i v;
+    };
 
     __m256 v;
 
     static OctetLanes zero() { return {_mm256_setzero_ps()}; }
+    static OctetLanes broadcast(scalar value) { return {_mm256_set1_ps(value)}; }
     static OctetLanes load(const scalar* p) { return {_mm256_loadu_ps(p)}; }
     void store(scalar* p) const { _mm256_storeu_ps(p, v); }
     scalar lane(int32 index) const {
@@ -55,6 +59,43 @@ struct OctetLanes {
 
     static OctetLanes select(Mask mask, OctetLanes a, OctetLanes b) {
         return {_mm256_blendv_ps(b.v, a.v, mask)};
+    }
+
+    static int32 truncate(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
+    Index truncated() const { return {_mm256_cvttps_epi32(v)}; }
+    static OctetLanes converted(Index index) { return {_mm256_cvtepi32_ps(index.v)}; }
+    static void gatherNeighbours(const scalar* table, Index index, OctetLanes& a, OctetLanes& b) {
+        const auto* pairs = reinterpret_cast<const double*>(table);
+        // Lanes 0..3 and 4..7 as (a, b) pairs, then the a and b of each pair's 128-bit half
+        // side by side, then the halves' middle quarters exchanged.
+        const __m256 low = gatherPairs(pairs, _mm256_castsi256_si128(index.v));
+        const __m256 high = gatherPairs(pairs, _mm256_extracti128_si256(index.v, 1));
+        a = {inOrder(_mm256_shuffle_ps(low, high, 0x88))};
+        b = {inOrder(_mm256_shuffle_ps(low, high, 0xdd))};
+    }
+    static Mask indexBelow(Index index, int32 bound) {
+        return _mm256_castsi256_ps(_mm256_cmpgt_epi32(_mm256_set1_epi32(bound), index.v));
+    }
+    /// bound − 1 does not overflow: bounds are table indices of 1 or more.
+    static Mask indexAtLeast(Index index, int32 bound) {
+        return _mm256_castsi256_ps(_mm256_cmpgt_epi32(index.v, _mm256_set1_epi32(bound - 1)));
+    }
+    static Mask either(Mask a, Mask b) { return _mm256_or_ps(a, b); }
+    static Mask equal(OctetLanes a, OctetLanes b) { return _mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ); }
+    static Index indexOutside(Mask mask, Index index) {
+        return {_mm256_andnot_si256(_mm256_castps_si256(mask), index.v)};
+    }
+
+private:
+    /// The masked form with every lane on: g++ 12's plain form reads an undefined register.
+    static __m256 gatherPairs(const double* pairs, __m128i index) {
+        const __m256d all = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
+        return _mm256_castpd_ps(
+            _mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, index, all, sizeof(scalar)));
+    }
+    /// (0 1 4 5 | 2 3 6 7) to (0 1 2 3 | 4 5 6 7).
+    static __m256 inOrder(__m256 v) {
+        return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(v), 0xd8));
     }
 };
 

@@ -13,7 +13,11 @@
 // oddDuplicated() (each pair's real or imaginary part in both of its lanes), negateEven() (flips
 // the sign of every real part). For cascades: skew; shiftUpInserting(s) (lane i to lane i + 1, s
 // into lane 0); a Mask type, working(t, frames) (the lanes i with 0 ≤ t − skew·i < frames) and
-// select(mask, a, b) (a where the mask is set, b elsewhere).
+// select(mask, a, b) (a where the mask is set, b elsewhere). For lookups: broadcast(s); an Index
+// type of 32-bit integers, truncated() (the processor's truncation) and truncate(s) for one
+// value, converted(index), gatherNeighbours(table, index, a, b) (a = table[index],
+// b = table[index + 1]); indexBelow(index, k), indexAtLeast(index, k),
+// either(mask, mask), equal(a, b) and indexOutside(mask, index) (0 where the mask is set).
 namespace nodara::kernels::lanes {
 
 /// x·h per complex pair: x·(hr, hr) + (−xi·hi, xr·hi), the sum of the real lanes written as an
@@ -142,12 +146,65 @@ void biQuadCascadeIn(int32 stages, const scalar* coefficients, scalar* state, in
     }
 }
 
-/// Every signal kernel instantiated under a build's name: Lanes for the spectra, and the
-/// cascade as the build chooses its lanes by the number of stages.
+/// One lookup, for the frames that do not fill a gang.
+template <class Lanes>
+scalar lookupOne(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
+                 scalar inverse) {
+    const scalar d = x - vinMin;
+    const int32 i = Lanes::truncate(inverse * d);
+    if (i < 1) {
+        return table[0];
+    }
+    if (i >= last) {
+        return table[last];
+    }
+    const scalar a = table[i];
+    const scalar b = table[i + 1];
+    if (a == b) {
+        return a;
+    }
+    return ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
+}
+
+/// Every lane computes the interpolation from the entries at a safe index (0 outside the
+/// table's inner range), then the ends and the equal neighbours are chosen in, as the single
+/// lookup's branches choose. A table of one entry has no inner range and no second entry.
+/// The two neighbours come in one 64-bit load per lane, which halves the loads of a gather.
+template <class Lanes>
+void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse,
+                 const scalar* in, scalar* out, int32 frames) {
+    int32 n = 0;
+    if (last >= 1) {
+        const Lanes low = Lanes::broadcast(vinMin);
+        const Lanes spacing = Lanes::broadcast(deltaV);
+        const Lanes scale = Lanes::broadcast(inverse);
+        const Lanes first = Lanes::broadcast(table[0]);
+        const Lanes end = Lanes::broadcast(table[last]);
+        for (; n + Lanes::width <= frames; n += Lanes::width) {
+            const Lanes d = Lanes::load(in + n) - low;
+            const typename Lanes::Index i = (scale * d).truncated();
+            const typename Lanes::Mask below = Lanes::indexBelow(i, 1);
+            const typename Lanes::Mask above = Lanes::indexAtLeast(i, last);
+            const typename Lanes::Index at = Lanes::indexOutside(Lanes::either(below, above), i);
+            Lanes a;
+            Lanes b;
+            Lanes::gatherNeighbours(table, at, a, b);
+            const Lanes between = ((d - Lanes::converted(i) * spacing) * (b - a)) * scale + a;
+            const Lanes inner = Lanes::select(Lanes::equal(a, b), a, between);
+            Lanes::select(below, first, Lanes::select(above, end, inner)).store(out + n);
+        }
+    }
+    for (; n < frames; ++n) {
+        out[n] = lookupOne<Lanes>(in[n], table, last, vinMin, deltaV, inverse);
+    }
+}
+
+/// Every signal kernel instantiated under a build's name: Lanes for the spectra and the
+/// lookups, and the cascade as the build chooses its lanes by the number of stages.
 template <class Lanes>
 constexpr SignalKernelBuild buildOver(const char* name, int32 minimumLevel,
                                       decltype(SignalKernelBuild::biQuadCascade) cascade) {
-    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>, cascade};
+    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>, cascade, &tableLookup<Lanes>};
 }
 
 } // namespace nodara::kernels::lanes

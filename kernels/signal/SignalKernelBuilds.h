@@ -16,6 +16,8 @@ struct SignalKernelBuild {
                                   const scalar* responses, int32 responseStride, scalar* sum);
     void (*biQuadCascade)(int32 stages, const scalar* coefficients, scalar* state,
                           int32 rowStride, const scalar* in, scalar* out, int32 frames);
+    void (*tableLookup)(const scalar* table, int32 last, scalar vinMin, scalar deltaV,
+                        scalar inverse, const scalar* in, scalar* out, int32 frames);
 };
 
 /// Plain loops: the reference every vector form must equal bit for bit.

@@ -42,4 +42,9 @@ void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int3
     selectedBuild().biQuadCascade(stages, coefficients, state, rowStride, in, out, frames);
 }
 
+void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse,
+                 const scalar* in, scalar* out, int32 frames) {
+    selectedBuild().tableLookup(table, last, vinMin, deltaV, inverse, in, out, frames);
+}
+
 } // namespace nodara::kernels

@@ -5,6 +5,10 @@
 
 #include <immintrin.h>
 
+// g++ 12's AVX-512 intrinsics pass an undefined register as the unused source of their unmasked
+// forms, and its flow analysis then warns of an uninitialised value inside its own header.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
 namespace nodara::kernels {
 
 namespace {
@@ -17,12 +21,15 @@ using Octet = OctetLanes<Avx512Tag>;
 struct Avx512Lanes {
     static constexpr int32 width = 16;
     static constexpr int32 skew = 3;
-    static constexpr __mmask16 allLanes = 0xffff;
     using Mask = __mmask16;
+    struct Index {
+        __m512i v;
+    };
 
     __m512 v;
 
     static Avx512Lanes zero() { return {_mm512_setzero_ps()}; }
+    static Avx512Lanes broadcast(scalar value) { return {_mm512_set1_ps(value)}; }
     static Avx512Lanes load(const scalar* p) { return {_mm512_loadu_ps(p)}; }
     void store(scalar* p) const { _mm512_storeu_ps(p, v); }
     scalar lane(int32 index) const {
@@ -35,19 +42,17 @@ struct Avx512Lanes {
     friend Avx512Lanes operator-(Avx512Lanes x, Avx512Lanes y) { return {_mm512_sub_ps(x.v, y.v)}; }
     friend Avx512Lanes operator*(Avx512Lanes x, Avx512Lanes y) { return {_mm512_mul_ps(x.v, y.v)}; }
 
-    // The zero-masked forms with every lane kept: g++ 12's plain forms read an undefined
-    // register and warn.
-    Avx512Lanes swapPairs() const { return {_mm512_maskz_permute_ps(allLanes, v, 0xb1)}; }
-    Avx512Lanes evenDuplicated() const { return {_mm512_maskz_moveldup_ps(allLanes, v)}; }
-    Avx512Lanes oddDuplicated() const { return {_mm512_maskz_movehdup_ps(allLanes, v)}; }
+    Avx512Lanes swapPairs() const { return {_mm512_permute_ps(v, 0xb1)}; }
+    Avx512Lanes evenDuplicated() const { return {_mm512_moveldup_ps(v)}; }
+    Avx512Lanes oddDuplicated() const { return {_mm512_movehdup_ps(v)}; }
     Avx512Lanes negateEven() const {
         return {_mm512_xor_ps(v, _mm512_castsi512_ps(_mm512_set1_epi64(0x80000000)))};
     }
 
     /// Lanes 0..14 move up one; the top lane of the broadcast sample comes in at lane 0.
     Avx512Lanes shiftUpInserting(scalar sample) const {
-        return {_mm512_castsi512_ps(_mm512_maskz_alignr_epi32(
-            allLanes, _mm512_castps_si512(v), _mm512_castps_si512(_mm512_set1_ps(sample)), 15))};
+        return {_mm512_castsi512_ps(_mm512_alignr_epi32(
+            _mm512_castps_si512(v), _mm512_castps_si512(_mm512_set1_ps(sample)), 15))};
     }
 
     static Mask working(int32 t, int32 frames) {
@@ -61,6 +66,32 @@ struct Avx512Lanes {
 
     static Avx512Lanes select(Mask mask, Avx512Lanes a, Avx512Lanes b) {
         return {_mm512_mask_blend_ps(mask, b.v, a.v)};
+    }
+
+    static int32 truncate(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
+    Index truncated() const { return {_mm512_cvttps_epi32(v)}; }
+    static Avx512Lanes converted(Index index) { return {_mm512_cvtepi32_ps(index.v)}; }
+    /// Lanes 0..7 and 8..15 as (a, b) pairs, sorted into a and b.
+    static void gatherNeighbours(const scalar* table, Index index, Avx512Lanes& a, Avx512Lanes& b) {
+        const __m512 low = _mm512_castpd_ps(
+            _mm512_i32gather_pd(_mm512_castsi512_si256(index.v), table, sizeof(scalar)));
+        const __m512 high = _mm512_castpd_ps(
+            _mm512_i32gather_pd(_mm512_extracti32x8_epi32(index.v, 1), table, sizeof(scalar)));
+        const __m512i evens = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+        const __m512i odds = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+        a = {_mm512_permutex2var_ps(low, evens, high)};
+        b = {_mm512_permutex2var_ps(low, odds, high)};
+    }
+    static Mask indexBelow(Index index, int32 bound) {
+        return _mm512_cmplt_epi32_mask(index.v, _mm512_set1_epi32(bound));
+    }
+    static Mask indexAtLeast(Index index, int32 bound) {
+        return _mm512_cmpge_epi32_mask(index.v, _mm512_set1_epi32(bound));
+    }
+    static Mask either(Mask a, Mask b) { return static_cast<Mask>(a | b); }
+    static Mask equal(Avx512Lanes a, Avx512Lanes b) { return _mm512_cmp_ps_mask(a.v, b.v, _CMP_EQ_OQ); }
+    static Index indexOutside(Mask mask, Index index) {
+        return {_mm512_maskz_mov_epi32(static_cast<Mask>(~mask), index.v)};
     }
 };
 

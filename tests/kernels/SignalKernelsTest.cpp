@@ -2,6 +2,8 @@
 #include "kernels/signal/SignalKernelBuilds.h"
 #include "kernels/signal/SignalKernels.h"
 
+#include <limits>
+
 namespace nodara::kernels {
 namespace {
 
@@ -93,6 +95,40 @@ TEST_P(SignalKernels, CascadeEqualsItsStagesOneAfterAnother) {
             EXPECT_EQ(bitsOf({state.begin() + first, state.begin() + first + stages}),
                       bitsOf({expectedState.begin() + first, expectedState.begin() + first + stages}))
                 << stages << " stages, state row " << row;
+        }
+    }
+}
+
+// Inputs over and past both ends, exactly on entries, NaN and values whose product overflows the
+// integer; tables of one, two and many entries with runs of equal neighbours; lengths that do
+// not fill a gang; the vector build works in place.
+TEST_P(SignalKernels, LookupEqualsThePlainLoop) {
+    const scalar vinMin = -8.0f, deltaV = 0.02f, inverse = 1.0f / deltaV;
+    std::vector<scalar> inputs = noise(333, 5);
+    for (scalar& x : inputs) {
+        x = 10.0f * x;
+    }
+    for (int32 i : {0, 1, 2, 399, 400}) {
+        inputs.push_back(vinMin + static_cast<scalar>(i) * deltaV);
+    }
+    for (scalar x : {std::numeric_limits<scalar>::quiet_NaN(), 1e30f, -1e30f, -8.005f, -7.985f}) {
+        inputs.push_back(x);
+    }
+    for (size_t entries : {size_t(1), size_t(2), size_t(3), size_t(401)}) {
+        std::vector<scalar> table = noise(entries, 6);
+        for (size_t i = 10; i + 1 < entries && i < 20; ++i) {
+            table[i + 1] = table[i];
+        }
+        const auto last = static_cast<int32>(entries) - 1;
+        for (int32 frames : {static_cast<int32>(inputs.size()), 21}) {
+            std::vector<scalar> output = inputs, expected(inputs.size());
+            build().tableLookup(table.data(), last, vinMin, deltaV, inverse, output.data(),
+                                output.data(), frames);
+            signalReferenceBuild.tableLookup(table.data(), last, vinMin, deltaV, inverse,
+                                             inputs.data(), expected.data(), frames);
+            output.resize(size_t(frames));
+            expected.resize(size_t(frames));
+            EXPECT_EQ(bitsOf(output), bitsOf(expected)) << entries << " entries, " << frames << " frames";
         }
     }
 }
