@@ -3,37 +3,7 @@
 #include "kernels/signal/SignalKernels.h"
 #include "runtime/Exceptions.h"
 
-#include <xmmintrin.h>
-
 namespace nodara {
-
-namespace {
-
-/// Truncation toward zero as the processor does it: out of range or NaN gives INT32_MIN.
-inline int32 truncateToInt(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
-
-/// The lookup, in single precision and in this order of operations, so that every build
-/// gives the same bits. The fraction is measured in volts from float(i)·DeltaV, not taken
-/// from the product.
-inline scalar lookup(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
-                     scalar inverse) {
-    const scalar d = x - vinMin;
-    const int32 i = truncateToInt(inverse * d);
-    if (i < 1) {
-        return table[0];
-    }
-    if (i >= last) {
-        return table[last];
-    }
-    const scalar a = table[i];
-    const scalar b = table[i + 1];
-    if (a == b) {
-        return a;
-    }
-    return ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
-}
-
-} // namespace
 
 void LookupTableFilter::setDeltaV(scalar value) {
     deltaV = value;
@@ -109,10 +79,7 @@ void LookupTableFilter::propertyChanged(const std::string& propertyName,
     values = newValues;
 }
 
-scalar LookupTableFilter::process(scalar in) {
-    return lookup(in, values->data(), static_cast<int32>(values->size()) - 1, vinMin, deltaV,
-                  inverse);
-}
+scalar LookupTableFilter::process(scalar in) { return lookupOne(in); }
 
 void LookupTableFilter::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                                 size_t framesPerBuffer) {
