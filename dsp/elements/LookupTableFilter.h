@@ -1,10 +1,10 @@
 #pragma once
 
+#include "kernels/signal/TableLookup.h"
 #include "runtime/Filter.h"
 
 #include <memory>
 #include <vector>
-#include <xmmintrin.h>
 
 namespace nodara {
 
@@ -32,8 +32,8 @@ public:
     scalar process(scalar in) override;
     /// The same, inline and not virtual, for callers that look up sample by sample.
     scalar lookupOne(scalar in) const {
-        return lookup(in, values->data(), static_cast<int32>(values->size()) - 1, vinMin, deltaV,
-                      inverse);
+        return kernels::lookupOne(in, values->data(), static_cast<int32>(values->size()) - 1,
+                                  vinMin, deltaV, inverse);
     }
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
@@ -47,27 +47,6 @@ public:
     scalar getVinMax() const { return vinMax; }
     scalar getDeltaV() const { return deltaV; }
     const std::shared_ptr<std::vector<scalar>>& getValues() const { return values; }
-
-    /// The lookup, in single precision and in this order of operations, so that every build
-    /// gives the same bits. The fraction is measured in volts from float(i)·DeltaV, not taken
-    /// from the product; truncation is the processor's (out of range or NaN: INT32_MIN).
-    static scalar lookup(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
-                         scalar inverse) {
-        const scalar d = x - vinMin;
-        const int32 i = _mm_cvtt_ss2si(_mm_set_ss(inverse * d));
-        if (i < 1) {
-            return table[0];
-        }
-        if (i >= last) {
-            return table[last];
-        }
-        const scalar a = table[i];
-        const scalar b = table[i + 1];
-        if (a == b) {
-            return a;
-        }
-        return ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
-    }
 
 private:
     void setDeltaV(scalar value);

@@ -61,7 +61,6 @@ struct OctetLanes {
         return {_mm256_blendv_ps(b.v, a.v, mask)};
     }
 
-    static int32 truncate(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
     Index truncated() const { return {_mm256_cvttps_epi32(v)}; }
     static OctetLanes converted(Index index) { return {_mm256_cvtepi32_ps(index.v)}; }
     static void gatherNeighbours(const scalar* table, Index index, OctetLanes& a, OctetLanes& b) {

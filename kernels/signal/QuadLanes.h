@@ -59,7 +59,6 @@ struct QuadLanes {
         return {_mm_or_ps(_mm_and_ps(mask, a.v), _mm_andnot_ps(mask, b.v))};
     }
 
-    static int32 truncate(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
     Index truncated() const { return {_mm_cvttps_epi32(v)}; }
     static QuadLanes converted(Index index) { return {_mm_cvtepi32_ps(index.v)}; }
     /// SSE2 has no gather: four loads of two neighbours each, then sorted into a and b.

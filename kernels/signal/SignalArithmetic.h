@@ -14,8 +14,8 @@
 // the sign of every real part). For cascades: skew; shiftUpInserting(s) (lane i to lane i + 1, s
 // into lane 0); a Mask type, working(t, frames) (the lanes i with 0 ≤ t − skew·i < frames) and
 // select(mask, a, b) (a where the mask is set, b elsewhere). For lookups: broadcast(s); an Index
-// type of 32-bit integers, truncated() (the processor's truncation) and truncate(s) for one
-// value, converted(index), gatherNeighbours(table, index, a, b) (a = table[index],
+// type of 32-bit integers, truncated() (the processor's truncation), converted(index),
+// gatherNeighbours(table, index, a, b) (a = table[index],
 // b = table[index + 1]); indexBelow(index, k), indexAtLeast(index, k),
 // either(mask, mask), equal(a, b) and indexOutside(mask, index) (0 where the mask is set).
 namespace nodara::kernels::lanes {
@@ -146,56 +146,62 @@ void biQuadCascadeIn(int32 stages, const scalar* coefficients, scalar* state, in
     }
 }
 
-/// One lookup, for the frames that do not fill a gang.
+/// The constants of a table lookup in every lane.
 template <class Lanes>
-scalar lookupOne(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
-                 scalar inverse) {
-    const scalar d = x - vinMin;
-    const int32 i = Lanes::truncate(inverse * d);
-    if (i < 1) {
-        return table[0];
-    }
-    if (i >= last) {
-        return table[last];
-    }
-    const scalar a = table[i];
-    const scalar b = table[i + 1];
-    if (a == b) {
-        return a;
-    }
-    return ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
-}
+struct TableLanes {
+    const scalar* table;
+    int32 last;
+    Lanes low, spacing, scale, first, end;
 
-/// Every lane computes the interpolation from the entries at a safe index (0 outside the
-/// table's inner range), then the ends and the equal neighbours are chosen in, as the single
-/// lookup's branches choose. A table of one entry has no inner range and no second entry.
-/// The two neighbours come in one 64-bit load per lane, which halves the loads of a gather.
+    TableLanes(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse)
+        : table(table), last(last), low(Lanes::broadcast(vinMin)), spacing(Lanes::broadcast(deltaV)),
+          scale(Lanes::broadcast(inverse)), first(Lanes::broadcast(table[0])),
+          end(Lanes::broadcast(table[last])) {}
+
+    /// Every lane computes the interpolation from the entries at a safe index (0 outside the
+    /// table's inner range), then the ends and the equal neighbours are chosen in, as the
+    /// single lookup's branches choose. The two neighbours come in one 64-bit load per lane,
+    /// which halves the loads of a gather.
+    Lanes lookUp(Lanes x) const {
+        const Lanes d = x - low;
+        const typename Lanes::Index i = (scale * d).truncated();
+        const typename Lanes::Mask below = Lanes::indexBelow(i, 1);
+        const typename Lanes::Mask above = Lanes::indexAtLeast(i, last);
+        const typename Lanes::Index at = Lanes::indexOutside(Lanes::either(below, above), i);
+        Lanes a;
+        Lanes b;
+        Lanes::gatherNeighbours(table, at, a, b);
+        const Lanes between = ((d - Lanes::converted(i) * spacing) * (b - a)) * scale + a;
+        const Lanes inner = Lanes::select(Lanes::equal(a, b), a, between);
+        return Lanes::select(below, first, Lanes::select(above, end, inner));
+    }
+};
+
+/// The frames that do not fill a gang go through one padded gang. A table of one entry has no
+/// inner range and no second entry: every input gives that entry.
 template <class Lanes>
 void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse,
                  const scalar* in, scalar* out, int32 frames) {
-    int32 n = 0;
-    if (last >= 1) {
-        const Lanes low = Lanes::broadcast(vinMin);
-        const Lanes spacing = Lanes::broadcast(deltaV);
-        const Lanes scale = Lanes::broadcast(inverse);
-        const Lanes first = Lanes::broadcast(table[0]);
-        const Lanes end = Lanes::broadcast(table[last]);
-        for (; n + Lanes::width <= frames; n += Lanes::width) {
-            const Lanes d = Lanes::load(in + n) - low;
-            const typename Lanes::Index i = (scale * d).truncated();
-            const typename Lanes::Mask below = Lanes::indexBelow(i, 1);
-            const typename Lanes::Mask above = Lanes::indexAtLeast(i, last);
-            const typename Lanes::Index at = Lanes::indexOutside(Lanes::either(below, above), i);
-            Lanes a;
-            Lanes b;
-            Lanes::gatherNeighbours(table, at, a, b);
-            const Lanes between = ((d - Lanes::converted(i) * spacing) * (b - a)) * scale + a;
-            const Lanes inner = Lanes::select(Lanes::equal(a, b), a, between);
-            Lanes::select(below, first, Lanes::select(above, end, inner)).store(out + n);
+    if (last < 1) {
+        for (int32 n = 0; n < frames; ++n) {
+            out[n] = table[0];
         }
+        return;
     }
-    for (; n < frames; ++n) {
-        out[n] = lookupOne<Lanes>(in[n], table, last, vinMin, deltaV, inverse);
+    const TableLanes<Lanes> lookup(table, last, vinMin, deltaV, inverse);
+    int32 n = 0;
+    for (; n + Lanes::width <= frames; n += Lanes::width) {
+        lookup.lookUp(Lanes::load(in + n)).store(out + n);
+    }
+    if (n < frames) {
+        scalar padded[Lanes::width] = {};
+        for (int32 k = 0; k < frames - n; ++k) {
+            padded[k] = in[n + k];
+        }
+        lookup.lookUp(Lanes::load(padded)).store(padded);
+        for (int32 k = 0; k < frames - n; ++k) {
+            out[n + k] = padded[k];
+        }
     }
 }
 

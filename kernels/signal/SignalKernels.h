@@ -29,13 +29,8 @@ inline int32 biQuadRowStride(int32 stages) { return (stages + 15) / 16 * 16; }
 void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int32 rowStride,
                    const scalar* in, scalar* out, int32 frames);
 
-/// Each of `frames` inputs through a table of output values over evenly spaced inputs, entry i
-/// standing for vinMin + i·deltaV, `last` + 1 entries, inverse = 1/deltaV, all in single
-/// precision and in this order:
-///     d = x − vinMin;  i = truncate(inverse·d), the processor's truncation (out of range or NaN
-///     gives the smallest integer);  i < 1: table[0];  i ≥ last: table[last];  a = table[i],
-///     b = table[i + 1];  a == b: a;  else ((d − float(i)·deltaV)·(b − a))·inverse + a.
-/// `out` may be `in`.
+/// Each of `frames` inputs through a table of `last` + 1 output values, exactly as lookupOne
+/// (TableLookup.h) does it. `out` may be `in`.
 void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse,
                  const scalar* in, scalar* out, int32 frames);
 

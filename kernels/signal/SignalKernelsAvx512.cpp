@@ -68,7 +68,6 @@ struct Avx512Lanes {
         return {_mm512_mask_blend_ps(mask, b.v, a.v)};
     }
 
-    static int32 truncate(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
     Index truncated() const { return {_mm512_cvttps_epi32(v)}; }
     static Avx512Lanes converted(Index index) { return {_mm512_cvtepi32_ps(index.v)}; }
     /// Lanes 0..7 and 8..15 as (a, b) pairs, sorted into a and b.

@@ -1,8 +1,7 @@
 #include "kernels/InstructionSet.h"
 #include "kernels/signal/BiQuadLayout.h"
 #include "kernels/signal/SignalKernelBuilds.h"
-
-#include <xmmintrin.h>
+#include "kernels/signal/TableLookup.h"
 
 // The signal kernels as plain loops, one statement of the arithmetic per step: the vector
 // builds must equal these bit for bit.
@@ -58,19 +57,7 @@ void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int3
 void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse,
                  const scalar* in, scalar* out, int32 frames) {
     for (int32 n = 0; n < frames; ++n) {
-        const scalar d = in[n] - vinMin;
-        const int32 i = _mm_cvtt_ss2si(_mm_set_ss(inverse * d));
-        if (i < 1) {
-            out[n] = table[0];
-        } else if (i >= last) {
-            out[n] = table[last];
-        } else if (table[i] == table[i + 1]) {
-            out[n] = table[i];
-        } else {
-            const scalar a = table[i];
-            const scalar b = table[i + 1];
-            out[n] = ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
-        }
+        out[n] = lookupOne(in[n], table, last, vinMin, deltaV, inverse);
     }
 }
 
