@@ -22,10 +22,10 @@ void V2V3PropertiesHandler::update(scalar, scalar lastOutput) {
     dirty = false;
     const double G = G0 + g;
     const double inv = 1.0 / (-G * RkC - kC - G);
-    b[1] = static_cast<scalar>(kC * inv);
-    b[0] = -b[1];
-    a[0] = static_cast<scalar>((G * RkC + kC - G) * inv);
-    filter->setCoefficients(a.data(), b.data());
+    const auto b1 = static_cast<scalar>(kC * inv);
+    const scalar b[] = {-b1, b1};
+    const scalar a[] = {static_cast<scalar>((G * RkC + kC - G) * inv)};
+    filter->setCoefficients(a, b);
 }
 
 } // namespace torvane

@@ -4,7 +4,6 @@
 #include "dsp/recursive/FixedOrderIIR.h"
 #include "runtime/PropertiesHandler.h"
 
-#include <array>
 #include <span>
 
 namespace torvane {
@@ -19,7 +18,7 @@ using nodara::scalar;
 ///   H(s) = s·C / (s·C·(1 + R·G) + G),  G = 1/220 kΩ + g.
 /// A rising g raises the corner: the blocking of the stage. Recomputed per sample unless g
 /// stays within ±10 %, straight into the filter. It has no parameters.
-class V2V3PropertiesHandler : public nodara::PropertiesHandler {
+class V2V3PropertiesHandler final : public nodara::PropertiesHandler {
 public:
     /// `filter` is the FirstOrderIIR served, not owned; `gridResistance` is in ohms over
     /// 18..30 V in steps of 0.02 V.
@@ -43,8 +42,6 @@ private:
     double RkC = R * kC;
     double G0 = 4.5454545454545455e-6;    ///< siemens, the 220 kΩ grid resistor
     bool dirty = true;
-    std::array<scalar, 2> b{};
-    std::array<scalar, 1> a{};
 };
 
 } // namespace torvane

@@ -70,10 +70,10 @@ void VolCtrlPropertiesHandler::update(scalar, scalar lastOutput) {
     }
     const double inv = 1.0 / (E0 * g + D0);
     const scalar b0 = static_cast<scalar>(kC1 * Rlow * inv) * gain;
-    b = {b0, 0.0f, -b0};
-    a = {static_cast<scalar>(-2.0 * (S2 - g * Rlow - 1.0) * inv),
-         static_cast<scalar>((E2 * g + D2) * inv)};
-    filter->setCoefficients(a.data(), b.data());
+    const scalar b[] = {b0, 0.0f, -b0};
+    const scalar a[] = {static_cast<scalar>(-2.0 * (S2 - g * Rlow - 1.0) * inv),
+                        static_cast<scalar>((E2 * g + D2) * inv)};
+    filter->setCoefficients(a, b);
 }
 
 } // namespace torvane

@@ -4,7 +4,6 @@
 #include "dsp/recursive/FixedOrderIIR.h"
 #include "runtime/PropertiesHandler.h"
 
-#include <array>
 #include <span>
 
 namespace torvane {
@@ -21,7 +20,7 @@ using nodara::scalar;
 ///
 /// Threads: `update` runs on the audio thread inside the filter's `process`; the rest between
 /// blocks. New coefficients go straight into the BiQuad, with no property lookup by name.
-class VolCtrlPropertiesHandler : public nodara::PropertiesHandler {
+class VolCtrlPropertiesHandler final : public nodara::PropertiesHandler {
 public:
     /// `filter` is the BiQuad served, not owned; `gridResistance` is in ohms over 0..20 V in
     /// steps of 0.02 V.
@@ -57,8 +56,6 @@ private:
     /// Denominator sums: z⁰ is D0 + g·E0, z⁻² is D2 + g·E2.
     double D0 = 0.0, E0 = 0.0, D2 = 0.0, E2 = 0.0;
     bool dirty = true;
-    std::array<scalar, 3> b{};
-    std::array<scalar, 2> a{};
 };
 
 } // namespace torvane
