@@ -11,12 +11,11 @@ namespace nodara {
 
 namespace {
 
-// Measured plans: the planner times candidate algorithms on this machine, which makes the
-// transforms of the partitioned convolver up to a third faster than estimated ones. Plans are
-// made only when a response, a rate or a block size changes, never while processing, and the
-// planner learns each size once per process. The limit keeps a plan pair near half a second at
-// worst (unlimited, a large size takes over a second); the bits of the output may then differ
-// from run to run within the rounding of the transforms.
+// Measured plans: the planner times candidate algorithms on the machine it runs on instead of
+// guessing. Plans are made only when a response, a rate or a block size changes, never while
+// processing, and the planner learns each size once per process. The limit keeps a plan near a
+// tenth of a second (unlimited, a large size takes over a second); the bits of the output may
+// then differ from run to run within the rounding of the transforms.
 constexpr unsigned plannerFlags = FFTW_MEASURE;
 constexpr double plannerSecondsPerPlan = 0.1;
 
