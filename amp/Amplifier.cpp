@@ -10,6 +10,8 @@
 #include "amp/VolumeControl.h"
 #include "description/SystemLoader.h"
 #include "dsp/elements/LookupTableFilter.h"
+#include "dsp/recursive/BiQuad.h"
+#include "dsp/recursive/FirstOrderIIR.h"
 #include "dsp/convolution/WaveConvolver.h"
 #include "runtime/Context.h"
 #include "runtime/Exceptions.h"
@@ -48,7 +50,7 @@ void setupVolumeControls(Driver& driver) {
         elementAs<FilterWrapper>(driver, graph, "VC").setCalculator(std::make_shared<VolumeControl>());
     }
     for (const char* graph : fullGraphs) {
-        auto& filter = elementAs<nodara::Filter>(driver, graph, "VC");
+        auto& filter = elementAs<nodara::BiQuad>(driver, graph, "VC");
         filter.setPropertiesHandler(std::make_shared<VolCtrlPropertiesHandler>(&filter, grid));
     }
 }
@@ -59,7 +61,7 @@ void setupCouplings(Driver& driver) {
         elementAs<FilterWrapper>(driver, graph, "V2V3").setCalculator(std::make_shared<V2V3Coupling>());
     }
     for (const char* graph : fullGraphs) {
-        auto& filter = elementAs<nodara::Filter>(driver, graph, "V2V3");
+        auto& filter = elementAs<nodara::FirstOrderIIR>(driver, graph, "V2V3");
         filter.setPropertiesHandler(std::make_shared<V2V3PropertiesHandler>(&filter, grid));
     }
 }

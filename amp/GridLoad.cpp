@@ -17,16 +17,4 @@ GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const 
     lookup->propertyChanged("Vout", conductance);
 }
 
-std::optional<double> GridLoad::next(nodara::scalar lastOutput, bool force) {
-    y2 = y1;
-    y1 = lastOutput;
-    const nodara::scalar predicted = 2.0f * y1 - y2;
-    const double g = lookup->process(predicted);
-    if (lastG * 1.1 > g && g > lastG * 0.9 && !force) {
-        return std::nullopt;
-    }
-    lastG = g;
-    return g;
-}
-
 } // namespace torvane

@@ -3,7 +3,6 @@
 #include "dsp/elements/LookupTableFilter.h"
 
 #include <memory>
-#include <optional>
 #include <span>
 
 namespace torvane {
@@ -18,9 +17,21 @@ public:
     GridLoad(std::span<const float> resistance, const char* vinMin, const char* vinMax,
              const char* deltaV);
 
-    /// The conductance for the next sample, in siemens, when the coefficients must be computed
-    /// for it (always when `force`); nothing while they still stand.
-    std::optional<double> next(nodara::scalar lastOutput, bool force);
+    /// Steps on to the next sample; true, with its conductance in siemens, when the
+    /// coefficients must be computed for it (always when `force`); false while they stand.
+    /// Runs per sample: inline, and its lookup too.
+    bool next(nodara::scalar lastOutput, bool force, double& conductance) {
+        y2 = y1;
+        y1 = lastOutput;
+        const nodara::scalar predicted = 2.0f * y1 - y2;
+        const double g = lookup->lookupOne(predicted);
+        if (lastG * 1.1 > g && g > lastG * 0.9 && !force) {
+            return false;
+        }
+        lastG = g;
+        conductance = g;
+        return true;
+    }
 
 private:
     std::unique_ptr<nodara::LookupTableFilter> lookup;

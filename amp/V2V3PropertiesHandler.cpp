@@ -1,9 +1,9 @@
 #include "amp/V2V3PropertiesHandler.h"
 
-
 namespace torvane {
 
-V2V3PropertiesHandler::V2V3PropertiesHandler(Filter* filter, std::span<const float> gridResistance)
+V2V3PropertiesHandler::V2V3PropertiesHandler(nodara::FixedOrderIIR<1>* filter,
+                                             std::span<const float> gridResistance)
     : grid(gridResistance, "18", "30", "0.02"), filter(filter) {}
 
 void V2V3PropertiesHandler::setSampleRate(scalar sampleRate) {
@@ -15,19 +15,17 @@ void V2V3PropertiesHandler::setSampleRate(scalar sampleRate) {
 
 // With N = G·R·kC + kC + G: b0 = kC/N, b1 = −kC/N, a1 = −(G·R·kC + kC − G)/N.
 void V2V3PropertiesHandler::update(scalar, scalar lastOutput) {
-    const std::optional<double> g = grid.next(lastOutput, dirty);
-    if (!g) {
+    double g = 0.0;
+    if (!grid.next(lastOutput, dirty, g)) {
         return;
     }
     dirty = false;
-    const double G = G0 + *g;
+    const double G = G0 + g;
     const double inv = 1.0 / (-G * RkC - kC - G);
-    auto& numerator = *b;
-    numerator[1] = static_cast<scalar>(kC * inv);
-    numerator[0] = -numerator[1];
-    (*a)[0] = static_cast<scalar>((G * RkC + kC - G) * inv);
-    filter->propertyChanged("A", a);
-    filter->propertyChanged("B", b);
+    const auto b1 = static_cast<scalar>(kC * inv);
+    const scalar b[] = {-b1, b1};
+    const scalar a[] = {static_cast<scalar>((G * RkC + kC - G) * inv)};
+    filter->setCoefficients(a, b);
 }
 
 } // namespace torvane

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "amp/GridLoad.h"
+#include "dsp/recursive/FixedOrderIIR.h"
 #include "runtime/PropertiesHandler.h"
 
-#include <memory>
 #include <span>
-#include <vector>
 
 namespace torvane {
 
@@ -18,24 +17,24 @@ using nodara::scalar;
 /// voltage p predicted from the filter's last two outputs,
 ///   H(s) = s·C / (s·C·(1 + R·G) + G),  G = 1/220 kΩ + g.
 /// A rising g raises the corner: the blocking of the stage. Recomputed per sample unless g
-/// stays within ±10 %. It has no parameters.
-class V2V3PropertiesHandler : public nodara::PropertiesHandler {
+/// stays within ±10 %, straight into the filter. It has no parameters.
+class V2V3PropertiesHandler final : public nodara::PropertiesHandler {
 public:
     /// `filter` is the FirstOrderIIR served, not owned; `gridResistance` is in ohms over
     /// 18..30 V in steps of 0.02 V.
-    V2V3PropertiesHandler(Filter* filter, std::span<const float> gridResistance);
+    V2V3PropertiesHandler(nodara::FixedOrderIIR<1>* filter, std::span<const float> gridResistance);
 
     void init(const Properties&) override {}
     void propertyChanged(const std::string&, scalar) override {}
     void setSampleRate(scalar sampleRate) override;
     bool needsSampleUpdate() override { return true; }
-    using nodara::PropertiesHandler::update;
     /// `input` is not used.
+    void update(Filter*, scalar input, scalar lastOutput) override { update(input, lastOutput); }
     void update(scalar input, scalar lastOutput) override;
 
 private:
     GridLoad grid;
-    Filter* filter;
+    nodara::FixedOrderIIR<1>* filter;
     double R = 69000.0;                   ///< ohms, source resistance
     double C = 2.2e-8;                    ///< farads, coupling capacitor
     double k = 1.0;                       ///< twice the sample rate
@@ -43,8 +42,6 @@ private:
     double RkC = R * kC;
     double G0 = 4.5454545454545455e-6;    ///< siemens, the 220 kΩ grid resistor
     bool dirty = true;
-    std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(2, 0.0f);
-    std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(1, 0.0f);
 };
 
 } // namespace torvane

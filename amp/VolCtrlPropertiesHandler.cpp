@@ -4,7 +4,7 @@
 
 namespace torvane {
 
-VolCtrlPropertiesHandler::VolCtrlPropertiesHandler(Filter* filter,
+VolCtrlPropertiesHandler::VolCtrlPropertiesHandler(nodara::FixedOrderIIR<2>* filter,
                                                    std::span<const float> gridResistance)
     : grid(gridResistance, "0", "20", "0.02"), filter(filter) {}
 
@@ -60,25 +60,20 @@ void VolCtrlPropertiesHandler::computeTermsFreeOfG() {
 }
 
 void VolCtrlPropertiesHandler::update(scalar, scalar lastOutput) {
-    const std::optional<double> conductance = grid.next(lastOutput, dirty);
-    if (!conductance) {
+    double g = 0.0;
+    if (!grid.next(lastOutput, dirty, g)) {
         return;
     }
     if (dirty) {
         dirty = false;
         computeTermsFreeOfG();
     }
-    const double g = *conductance;
     const double inv = 1.0 / (E0 * g + D0);
     const scalar b0 = static_cast<scalar>(kC1 * Rlow * inv) * gain;
-    auto& numerator = *b;
-    numerator[0] = b0;
-    numerator[1] = 0.0f;
-    numerator[2] = -b0;
-    (*a)[0] = static_cast<scalar>(-2.0 * (S2 - g * Rlow - 1.0) * inv);
-    (*a)[1] = static_cast<scalar>((E2 * g + D2) * inv);
-    filter->propertyChanged("A", a);
-    filter->propertyChanged("B", b);
+    const scalar b[] = {b0, 0.0f, -b0};
+    const scalar a[] = {static_cast<scalar>(-2.0 * (S2 - g * Rlow - 1.0) * inv),
+                        static_cast<scalar>((E2 * g + D2) * inv)};
+    filter->setCoefficients(a, b);
 }
 
 } // namespace torvane

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "amp/GridLoad.h"
+#include "dsp/recursive/FixedOrderIIR.h"
 #include "runtime/PropertiesHandler.h"
 
-#include <memory>
 #include <span>
-#include <vector>
 
 namespace torvane {
 
@@ -20,19 +19,19 @@ using nodara::scalar;
 /// they stand for. Parameters "Wiper" and "Gain" (scales the numerator: the Feedback control).
 ///
 /// Threads: `update` runs on the audio thread inside the filter's `process`; the rest between
-/// blocks.
-class VolCtrlPropertiesHandler : public nodara::PropertiesHandler {
+/// blocks. New coefficients go straight into the BiQuad, with no property lookup by name.
+class VolCtrlPropertiesHandler final : public nodara::PropertiesHandler {
 public:
     /// `filter` is the BiQuad served, not owned; `gridResistance` is in ohms over 0..20 V in
     /// steps of 0.02 V.
-    VolCtrlPropertiesHandler(Filter* filter, std::span<const float> gridResistance);
+    VolCtrlPropertiesHandler(nodara::FixedOrderIIR<2>* filter, std::span<const float> gridResistance);
 
     void init(const Properties& properties) override;
     void propertyChanged(const std::string& name, scalar value) override;
     void setSampleRate(scalar sampleRate) override;
     bool needsSampleUpdate() override { return true; }
-    using nodara::PropertiesHandler::update;
     /// `input` is not used.
+    void update(Filter*, scalar input, scalar lastOutput) override { update(input, lastOutput); }
     void update(scalar input, scalar lastOutput) override;
 
 private:
@@ -40,7 +39,7 @@ private:
     void computeTermsFreeOfG();
 
     GridLoad grid;
-    Filter* filter;
+    nodara::FixedOrderIIR<2>* filter;
     scalar gain = 0.61f;
     double wiper = 1.0;
     double Rs = 41000.0;
@@ -57,8 +56,6 @@ private:
     /// Denominator sums: z⁰ is D0 + g·E0, z⁻² is D2 + g·E2.
     double D0 = 0.0, E0 = 0.0, D2 = 0.0, E2 = 0.0;
     bool dirty = true;
-    std::shared_ptr<std::vector<scalar>> b = std::make_shared<std::vector<scalar>>(3, 0.0f);
-    std::shared_ptr<std::vector<scalar>> a = std::make_shared<std::vector<scalar>>(2, 0.0f);
 };
 
 } // namespace torvane

@@ -1,54 +1,19 @@
 #include "dsp/convolution/Convolver.h"
 
-#include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace nodara {
 
 namespace {
 
-constexpr std::uint32_t fftSizeQuantum = 64;
-
-/// A product of 2, 3 and 5 not below c, taken greedily: the first factor that divides c
-/// wins, and a c with none of them is rounded up to even. Not always the smallest such
-/// number (13 gives 16, not 15), but always one the transform handles well.
-std::uint32_t fit(std::uint32_t c) {
-    if (c <= 1) {
-        return 1;
-    }
-    if (c % 2 == 0) {
-        return 2 * fit(c / 2);
-    }
-    if (c % 3 == 0) {
-        return 3 * fit(c / 3);
-    }
-    if (c % 5 == 0) {
-        return 5 * fit(c / 5);
-    }
-    return 2 * fit((c + 1) / 2);
-}
-
-/// a[k] = a[k]·b[k] over `bins` complex values stored as (real, imaginary) pairs.
-void multiplySpectra(float* a, const float* b, size_t bins) {
-    for (size_t k = 0; k < bins; ++k) {
-        const float ar = a[2 * k];
-        const float ai = a[2 * k + 1];
-        const float br = b[2 * k];
-        const float bi = b[2 * k + 1];
-        a[2 * k] = ar * br - ai * bi;
-        a[2 * k + 1] = ar * bi + ai * br;
-    }
-}
+/// Samples run through new partitions at a time while they catch up.
+constexpr std::uint32_t replayChunk = 1024;
 
 } // namespace
-
-std::uint32_t Convolver::fftSizeFor(std::uint32_t blockSize, std::uint32_t responseLength) {
-    const std::uint32_t span = blockSize - 1 + responseLength;
-    return fftSizeQuantum * fit((span + fftSizeQuantum - 1) / fftSizeQuantum);
-}
 
 void Convolver::init(const std::string& convolverName, const Properties& convolverProperties,
                      std::shared_ptr<DSPContext>& convolverContext) {
@@ -60,6 +25,9 @@ void Convolver::init(const std::string& convolverName, const Properties& convolv
             concat("MaxIRSize must be greater than or equal to 0. Convolver name=", convolverName,
                    " MaxIRSize=", maxIRSize));
     }
+    // The replay needs the response's length and two of the largest blocks, which are shorter
+    // than the response.
+    recent.assign(std::bit_ceil(4 * static_cast<std::uint64_t>(maxIRSize)), 0.0f);
     outputs.assign(1, outputBuffer.get());
 }
 
@@ -83,62 +51,82 @@ void Convolver::setMaxBlockSize(int32 size) {
     if (size < 1) {
         throw NodaraException(concat("Convolver: Invalid maxBlockSize", size));
     }
-    if (size > maxBlockSize) {
-        maxBlockSize = size;
-        if (!response.empty()) {
-            rebuild();
-        }
+    if (size <= maxBlockSize) {
+        return;
     }
-}
-
-// Sizes the transforms for the present block size and response, then transforms the response.
-void Convolver::rebuild() {
-    const std::uint32_t size = fftSizeFor(static_cast<std::uint32_t>(maxBlockSize), responseLength);
-    if (size != fftSize) {
-        fft = RealFft::ofSize(size);
-    }
-    if (size > allocatedSize) {
-        allocate(size, fft->spectrumFloats());
-    }
-    if (window) {
-        window->resize(size);
-    } else {
-        window = std::make_unique<Buffer>(size);
-    }
-    fftSize = size;
-    inverseFftSize = 1.0f / static_cast<scalar>(size);
-    transformResponse();
-}
-
-void Convolver::allocate(std::uint32_t size, std::uint32_t spectrumFloats) {
-    responseSpectrum = makeAlignedFloats(spectrumFloats);
-    spectrum = makeAlignedFloats(spectrumFloats);
-    time = makeAlignedFloats(size);
-    outputBuffer = makeAlignedFloats(size);
+    const std::uint32_t formerFirstBlock =
+        maxBlockSize > 0 ? firstBlockFor(static_cast<std::uint32_t>(maxBlockSize)) : 0;
+    maxBlockSize = size;
+    outputBuffer = makeAlignedFloats(static_cast<size_t>(size));
     outputs[0] = outputBuffer.get();
-    allocatedSize = size;
+    if (!response.empty() &&
+        (!engine || firstBlockFor(static_cast<std::uint32_t>(size)) != formerFirstBlock)) {
+        rebuild();
+    }
 }
 
-void Convolver::transformResponse() {
-    std::fill_n(time.get(), fftSize, 0.0f);
-    std::copy_n(response.begin(), responseLength, time.get());
-    fft->forward(time.get(), responseSpectrum.get());
+void Convolver::rebuild() {
+    engine = std::make_unique<PartitionedConvolution>(
+        response.data(), responseLength, firstBlockFor(static_cast<std::uint32_t>(maxBlockSize)));
+    replayRecentInput();
+}
+
+// The new partitions hear the input that still reaches the output, from silence and on the
+// same grid of sample numbers, and so reach the state the old ones had, within rounding.
+void Convolver::replayRecentInput() {
+    if (!heard) {
+        engine->setClock(clock);
+        return;
+    }
+    std::uint32_t largest = 0;
+    for (const PartitionLevel& level : engine->getLevels()) {
+        largest = std::max(largest, level.blockSize);
+    }
+    const std::uint64_t wanted = std::uint64_t{responseLength} + 2 * std::uint64_t{largest};
+    const std::uint64_t span = std::min(clock, wanted);
+    const std::uint64_t mask = recent.size() - 1;
+    std::vector<scalar> chunk(replayChunk);
+    std::vector<scalar> discarded(replayChunk);
+    engine->setClock(clock - span);
+    for (std::uint64_t sample = clock - span; sample < clock;) {
+        const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(replayChunk, clock - sample));
+        for (std::uint32_t i = 0; i < count; ++i) {
+            chunk[i] = recent[(sample + i) & mask];
+        }
+        engine->process(chunk.data(), discarded.data(), count);
+        sample += count;
+    }
+}
+
+void Convolver::remember(const scalar* in, std::uint32_t count) {
+    const size_t length = recent.size();
+    // A block longer than the record leaves only its newest samples in it.
+    const size_t kept = std::min<size_t>(count, length);
+    const scalar* newest = in == nullptr ? nullptr : in + (count - kept);
+    const auto start = static_cast<size_t>((clock + (count - kept)) & (length - 1));
+    const size_t beforeWrap = std::min(kept, length - start);
+    if (newest == nullptr) {
+        std::fill_n(recent.begin() + static_cast<std::ptrdiff_t>(start), beforeWrap, 0.0f);
+        std::fill_n(recent.begin(), kept - beforeWrap, 0.0f);
+    } else {
+        std::copy_n(newest, beforeWrap, recent.begin() + static_cast<std::ptrdiff_t>(start));
+        std::copy_n(newest + beforeWrap, kept - beforeWrap, recent.begin());
+    }
+    clock += count;
+    heard = true;
 }
 
 void Convolver::process(const std::vector<scalar*>& in, size_t framesPerBuffer) {
     if (framesPerBuffer == 0) {
         return;
     }
-    if (!fft) {
+    if (!engine) {
         throw NodaraException("Convolver: " + name + " has no impulse response.");
     }
     const auto count = static_cast<std::uint32_t>(framesPerBuffer);
-    window->push(in[0], count);
-    fft->forward(window->data(), spectrum.get());
-    multiplySpectra(spectrum.get(), responseSpectrum.get(), fftSize / 2 + 1);
-    fft->backward(spectrum.get(), time.get());
-    std::memcpy(outputBuffer.get(), time.get() + (fftSize - count), count * sizeof(scalar));
-    kernels::scale(static_cast<int32>(count), inverseFftSize, outputBuffer.get());
+    // An unwired input is silence.
+    engine->process(in[0], outputBuffer.get(), count);
+    remember(in[0], count);
 }
 
 void Convolver::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
@@ -148,6 +136,10 @@ void Convolver::process(const std::vector<scalar*>& in, std::vector<scalar*>& ou
         // out[0] may be the own buffer.
         std::memmove(out[0], outputBuffer.get(), framesPerBuffer * sizeof(scalar));
     }
+}
+
+std::vector<PartitionLevel> Convolver::getPartitionLevels() const {
+    return engine ? engine->getLevels() : std::vector<PartitionLevel>{};
 }
 
 Filter::IterationResults& Convolver::iteration(const IterationResults&, size_t, int32) {
@@ -170,9 +162,12 @@ scalar* Convolver::getOutput(int32 index) {
 }
 
 void Convolver::reset() {
-    if (window) {
-        window->reset();
+    if (engine) {
+        engine->reset();
     }
+    std::fill(recent.begin(), recent.end(), 0.0f);
+    clock = 0;
+    heard = false;
 }
 
 } // namespace nodara

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "kernels/AlignedFloats.h"
-#include "dsp/convolution/Buffer.h"
-#include "dsp/convolution/RealFft.h"
+#include "dsp/convolution/PartitionedConvolution.h"
 #include "runtime/Filter.h"
 
 #include <cstdint>
@@ -12,11 +10,16 @@
 namespace nodara {
 
 /// Convolution with one impulse response h of L samples, with no latency:
-///     y[t] = Σ_{k<L} h[k]·x[t−k].
-/// Every block transforms the window of the last N inputs, multiplies its spectrum by that of
-/// the zero-padded response and transforms back; with N ≥ B + L − 1 the last n ≤ B outputs of
-/// the circular result have no wrap. Each block costs two transforms of size N whatever its
-/// length, and needs nothing from later blocks.
+///     y[t] = Σ_{k<L} h[k]·x[t−k],
+/// by a non-uniformly partitioned convolution (PartitionedConvolution.h) whose first level
+/// follows the block size, so that blocks of any length from 1 up cost about the same per
+/// sample and small ones do not pay for large transforms.
+///
+/// A new response or a larger block size builds the partitions afresh and runs the recent input
+/// through them, so the stream goes on without a break and a new response applies at once to
+/// past input. This planning and building allocates and may take a few tenths of a second on
+/// the first use of a transform size in the process: it belongs to start-up, rate and response
+/// changes, never to the audio thread.
 ///
 /// Properties: MaxIRSize (required, ≥ 1), the longest response used. The response comes as
 /// the vector property "ImpulseResponse".
@@ -25,14 +28,11 @@ public:
     using Filter::process;
     using Filter::propertyChanged;
 
-    /// The transform size for blocks of `blockSize` and a response of `responseLength`:
-    /// 64·fit(ceil((B − 1 + L)/64)), fit being a greedy product of 2, 3 and 5.
-    static std::uint32_t fftSizeFor(std::uint32_t blockSize, std::uint32_t responseLength);
-
+    /// Allocates the record of recent input, four times MaxIRSize rounded up to a power of two.
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;
-    /// "ImpulseResponse" only: copies the response; past input stays and meets the new
-    /// response at once. Not while processing; allocates and may plan transforms.
+    /// "ImpulseResponse" only: copies the response and, once a block size is known, builds the
+    /// partitions. Not while processing; allocates and plans transforms.
     void propertyChanged(const std::string& name,
                          const std::shared_ptr<std::vector<scalar>>& value) override;
 
@@ -47,11 +47,12 @@ public:
     IterationResults& getLastIterationResults() override;
     size_t endIteration(size_t frame) override;
 
-    /// A larger size rebuilds the transforms. Not while processing; allocates.
+    /// A larger size grows the output and may rebuild the partitions. Not while processing;
+    /// allocates.
     void setMaxBlockSize(int32 maxBlockSize) override;
     scalar* getOutput(int32 index) override;
     std::vector<scalar*>& getOutputs() override { return outputs; }
-    /// Forgets past input; the response stays.
+    /// Forgets past input and goes on as a fresh instance would; the response stays.
     void reset() override;
     /// The convolution does not depend on the rate.
     void setSampleRate(scalar) override {}
@@ -60,29 +61,24 @@ public:
     /// The response as delivered, possibly longer than the part in use.
     const std::vector<scalar>& getImpulseResponse() const { return response; }
     std::uint32_t getResponseLength() const { return responseLength; }
-    /// 0 until both a response and a block size are known.
-    std::uint32_t getFftSize() const { return fftSize; }
+    /// The partitions in use; empty until both a response and a block size are known.
+    std::vector<PartitionLevel> getPartitionLevels() const;
 
 private:
     void rebuild();
-    void allocate(std::uint32_t size, std::uint32_t spectrumFloats);
-    void transformResponse();
+    void remember(const scalar* in, std::uint32_t count);
+    void replayRecentInput();
 
     int32 maxIRSize = 0;
     std::uint32_t responseLength = 0;
-    std::uint32_t fftSize = 0;
-    /// The largest size allocated; arrays are only replaced beyond it.
-    std::uint32_t allocatedSize = 0;
-    scalar inverseFftSize = 0.0f;
     std::vector<scalar> response;
-    std::shared_ptr<const RealFft> fft;
-    /// Spectrum of the zero-padded response.
-    AlignedFloats responseSpectrum;
-    /// Spectrum of the window, then the product.
-    AlignedFloats spectrum;
-    /// Time data: the padded response, then the circular convolution.
-    AlignedFloats time;
-    std::unique_ptr<Buffer> window;
+    std::unique_ptr<PartitionedConvolution> engine;
+    /// The last inputs by sample number modulo its length: enough to bring new partitions to
+    /// the state of the old ones.
+    std::vector<scalar> recent;
+    /// Samples since construction or the last reset, and whether there were any.
+    std::uint64_t clock = 0;
+    bool heard = false;
     AlignedFloats outputBuffer;
     std::vector<scalar*> outputs{nullptr};
 };

@@ -11,10 +11,13 @@ namespace nodara {
 
 namespace {
 
-// Estimated plans: measuring takes about a second and a half per size on our machines (and a
-// size can change on the audio thread at a rate change), for a gain of the transforms that is
-// lost in the noise. Estimated plans also give the same bits on every run.
-constexpr unsigned plannerFlags = FFTW_ESTIMATE;
+// Measured plans: the planner times candidate algorithms on the machine it runs on instead of
+// guessing. Plans are made only when a response, a rate or a block size changes, never while
+// processing, and the planner learns each size once per process. The limit keeps a plan near a
+// tenth of a second (unlimited, a large size takes over a second); the bits of the output may
+// then differ from run to run within the rounding of the transforms.
+constexpr unsigned plannerFlags = FFTW_MEASURE;
+constexpr double plannerSecondsPerPlan = 0.1;
 
 fftwf_complex* asComplex(float* spectrum) { return reinterpret_cast<fftwf_complex*>(spectrum); }
 
@@ -43,6 +46,7 @@ RealFft::RealFft(std::uint32_t size, std::shared_ptr<Registry> registry)
     AlignedFloats time = makeAlignedFloats(size);
     AlignedFloats spectrum = makeAlignedFloats(size + 2);
     const int n = static_cast<int>(size);
+    fftwf_set_timelimit(plannerSecondsPerPlan);
     plans->forward = fftwf_plan_dft_r2c_1d(n, time.get(), asComplex(spectrum.get()), plannerFlags);
     plans->backward = fftwf_plan_dft_c2r_1d(n, asComplex(spectrum.get()), time.get(), plannerFlags);
 }

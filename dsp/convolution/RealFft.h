@@ -14,8 +14,8 @@ namespace nodara {
 /// Execution is thread-safe and allocates nothing.
 class RealFft {
 public:
-    /// The transforms of `size` points, planned on first use. Any thread; waits for the
-    /// planner; allocates. Not while processing.
+    /// The transforms of `size` points, planned on first use by measurement (up to a few
+    /// tenths of a second). Any thread; waits for the planner; allocates. Not while processing.
     static std::shared_ptr<const RealFft> ofSize(std::uint32_t size);
 
     /// `spectrum` = DFT of `time`; `time` is left as it was.

@@ -1,38 +1,9 @@
 #include "dsp/elements/LookupTableFilter.h"
 
+#include "kernels/signal/SignalKernels.h"
 #include "runtime/Exceptions.h"
 
-#include <xmmintrin.h>
-
 namespace nodara {
-
-namespace {
-
-/// Truncation toward zero as the processor does it: out of range or NaN gives INT32_MIN.
-inline int32 truncateToInt(scalar value) { return _mm_cvtt_ss2si(_mm_set_ss(value)); }
-
-/// The lookup, in single precision and in this order of operations, so that every build
-/// gives the same bits. The fraction is measured in volts from float(i)·DeltaV, not taken
-/// from the product.
-inline scalar lookup(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
-                     scalar inverse) {
-    const scalar d = x - vinMin;
-    const int32 i = truncateToInt(inverse * d);
-    if (i < 1) {
-        return table[0];
-    }
-    if (i >= last) {
-        return table[last];
-    }
-    const scalar a = table[i];
-    const scalar b = table[i + 1];
-    if (a == b) {
-        return a;
-    }
-    return ((d - static_cast<scalar>(i) * deltaV) * (b - a)) * inverse + a;
-}
-
-} // namespace
 
 void LookupTableFilter::setDeltaV(scalar value) {
     deltaV = value;
@@ -108,10 +79,7 @@ void LookupTableFilter::propertyChanged(const std::string& propertyName,
     values = newValues;
 }
 
-scalar LookupTableFilter::process(scalar in) {
-    return lookup(in, values->data(), static_cast<int32>(values->size()) - 1, vinMin, deltaV,
-                  inverse);
-}
+scalar LookupTableFilter::process(scalar in) { return lookupOne(in); }
 
 void LookupTableFilter::process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                                 size_t framesPerBuffer) {
@@ -127,14 +95,9 @@ void LookupTableFilter::process(const scalar* in, scalar* out, size_t framesPerB
     if (values->empty()) {
         throw NodaraException("LookupTableFilter: " + name + " lookup data is not defined.");
     }
-    const scalar* table = values->data();
-    const auto last = static_cast<int32>(values->size()) - 1;
-    const scalar low = vinMin;
-    const scalar spacing = deltaV;
-    const scalar scale = inverse;
-    for (size_t frame = 0; frame < framesPerBuffer; ++frame) {
-        out[frame] = lookup(in[frame], table, last, low, spacing, scale);
-    }
+    // The same arithmetic as one lookup, in vector lanes.
+    kernels::tableLookup(values->data(), static_cast<int32>(values->size()) - 1, vinMin, deltaV,
+                         inverse, in, out, static_cast<int32>(framesPerBuffer));
 }
 
 Filter::IterationResults& LookupTableFilter::iteration(const IterationResults& in, size_t,

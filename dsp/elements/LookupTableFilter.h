@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/signal/TableLookup.h"
 #include "runtime/Filter.h"
 
 #include <memory>
@@ -29,10 +30,15 @@ public:
               std::shared_ptr<DSPContext>& context) override;
     /// One lookup; the table must be set.
     scalar process(scalar in) override;
+    /// The same, inline and not virtual, for callers that look up sample by sample.
+    scalar lookupOne(scalar in) const {
+        return kernels::lookupOne(in, values->data(), static_cast<int32>(values->size()) - 1,
+                                  vinMin, deltaV, inverse);
+    }
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
     scalar* process(scalar* in, size_t framesPerBuffer) override;
-    /// In place is allowed.
+    /// In place is allowed. Many lookups side by side in vector lanes, each as the single one.
     void process(const scalar* in, scalar* out, size_t framesPerBuffer) override;
     IterationResults& iteration(const IterationResults& in, size_t frame,
                                 int32 iteration) override;

@@ -102,6 +102,7 @@ void IirResampler::buildStages() {
         stage->init(concat(stagePrefix, i), owner);
         stages.push_back(stage);
     }
+    lanes = CascadeLanes::suits(stages) ? std::make_unique<CascadeLanes>(stages) : nullptr;
 }
 
 void IirResampler::setSampleRate(scalar sampleRate) {
@@ -140,6 +141,11 @@ void IirResampler::checkFactor() const {
 }
 
 scalar* IirResampler::runStages(scalar* input, size_t frames) {
+    if (lanes) {
+        scalar* output = stages.back()->getOutput(0);
+        lanes->run(input, output, frames);
+        return output;
+    }
     stageInput[0] = input;
     for (const auto& stage : stages) {
         stage->process(stageInput, frames);
@@ -157,6 +163,9 @@ void IirResampler::setStagesMaxBlockSize(int32 size) {
 void IirResampler::reset() {
     for (const auto& stage : stages) {
         stage->reset();
+    }
+    if (lanes) {
+        lanes->reset();
     }
 }
 

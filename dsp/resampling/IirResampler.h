@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/resampling/CascadeLanes.h"
 #include "runtime/Filter.h"
 
 #include <memory>
@@ -15,7 +16,9 @@ namespace nodara {
 /// Properties: CornerFrequency (Hz), Type ("Bessel", "Butterworth" or "BiQuad"), Order
 /// (Bessel and Butterworth), Factor, optional Cascade (at least 2; one stage when absent).
 /// Each stage is a BiQuad at order 2, an Iir otherwise. The stages stay silent until the
-/// first sample rate arrives.
+/// first sample rate arrives. BiQuad stages run side by side in vector lanes (CascadeLanes),
+/// with the same bits as one after another; they then keep only the coefficients, and the
+/// lanes the state.
 class IirResampler : public Filter {
 public:
     /// The stage family; 1 and 2 are also the design families.
@@ -70,6 +73,8 @@ protected:
     bool designEnabled = true;
     int32 cascade = 1;
     std::vector<std::shared_ptr<Filter>> stages;
+    /// The BiQuad stages in lanes; null for Iir stages, which run one after another.
+    std::unique_ptr<CascadeLanes> lanes;
     std::vector<scalar*> stageInput{nullptr};
     /// Interpolator: the zero-stuffed block. Decimator: the decimated output.
     std::unique_ptr<scalar[]> workBuffer;

@@ -1,5 +1,4 @@
 #include "dsp/convolution/Convolver.h"
-#include "dsp/convolution/Buffer.h"
 
 #include "dsp/ConvolutionReference.h"
 #include "dsp/FailureCheck.h"
@@ -7,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <memory>
 #include <thread>
 
@@ -39,31 +39,27 @@ std::unique_ptr<Convolver> makeConvolver(const std::vector<float>& response, int
 
 } // namespace
 
-// Exact sizes of the greedy rule, then its guarantees over a sweep: room for a block and a
-// response, and only the factors 2, 3 and 5 above 64.
-TEST(ConvolverTest, FftSizeFollowsTheGreedyRule) {
-    const std::uint32_t cases[][3] = {
-        {512, 8192, 9216}, // c = 136 = 8·17, fit = 8·2·9
-        {256, 8192, 9216}, {64, 8192, 9216}, {1, 1, 64}, {7, 13, 64},
-        {64, 813, 1024},  // c = 14 = 2·7, 7 → 8
-        {300, 813, 1152}, // c = 18 = 2·9
-        {1, 813, 1024},   // c = 13 → 16, although 15 would do
-    };
-    for (const auto& [block, length, size] : cases) {
-        EXPECT_EQ(Convolver::fftSizeFor(block, length), size) << "B=" << block << " L=" << length;
-    }
-    for (std::uint32_t block = 1; block <= 1024; block += 37) {
-        for (std::uint32_t length : {1u, 13u, 64u, 813u, 4097u, 8192u}) {
-            const std::uint32_t size = Convolver::fftSizeFor(block, length);
-            EXPECT_GE(size, block + length - 1);
-            ASSERT_EQ(size % 64, 0u);
-            std::uint32_t rest = size / 64;
-            for (std::uint32_t prime : {2u, 3u, 5u}) {
-                while (rest % prime == 0) {
-                    rest /= prime;
-                }
+// Every layout covers the response once, in pieces of ascending powers of two, each level
+// starting at a tap no smaller than its block.
+TEST(ConvolverTest, PartitionsCoverTheResponseAndStartLateEnough) {
+    EXPECT_EQ(firstBlockFor(1), 64u);
+    EXPECT_EQ(firstBlockFor(100), 64u);
+    EXPECT_EQ(firstBlockFor(200), 128u);
+    EXPECT_EQ(firstBlockFor(8192), 256u);
+    for (std::uint32_t first : {64u, 128u, 256u}) {
+        for (std::uint32_t length : {1u, 13u, 64u, 65u, 813u, 4097u, 8192u, 100000u}) {
+            const auto levels = choosePartitionLevels(length, first);
+            ASSERT_FALSE(levels.empty());
+            EXPECT_EQ(levels.front().blockSize, first);
+            EXPECT_EQ(levels.front().offset, 0u);
+            for (size_t i = 1; i < levels.size(); ++i) {
+                EXPECT_EQ(levels[i].offset, levels[i - 1].end());
+                EXPECT_GT(levels[i].blockSize, levels[i - 1].blockSize);
+                EXPECT_TRUE(std::has_single_bit(levels[i].blockSize));
+                EXPECT_GE(levels[i].offset, levels[i].blockSize);
             }
-            EXPECT_EQ(rest, 1u) << "B=" << block << " L=" << length << " N=" << size;
+            EXPECT_GE(levels.back().end(), length);
+            EXPECT_LT(levels.back().end() - levels.back().blockSize, length) << "no empty piece";
         }
     }
 }
@@ -78,7 +74,7 @@ TEST(ConvolverTest, MatchesDirectConvolutionForAwkwardSizes) {
         {1, 64, {64}},      {13, 7, {7}},      {13, 1, {1}},
         {813, 64, {64}},    {813, 300, {300}}, {813, 300, {300, 1, 7, 64, 256, 13}},
         {8192, 256, {256}}, {8192, 64, {64}},  {8192, 300, {7, 300, 1, 256}},
-        {8192, 1, {1}},
+        {8192, 1, {1}},     {8192, 8192, {8192, 1, 4095, 64, 255, 1000, 3}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(::testing::Message() << "L=" << c.length << " B=" << c.maxBlock);
@@ -92,12 +88,12 @@ TEST(ConvolverTest, GrowingTheBlockSizeKeepsTheStreamContinuous) {
     auto convolver = makeConvolver(813);
     // Response before block size: the transforms come with the block size.
     give(*convolver, h);
-    EXPECT_EQ(convolver->getFftSize(), 0u);
+    EXPECT_TRUE(convolver->getPartitionLevels().empty());
     convolver->setMaxBlockSize(64);
-    ASSERT_EQ(convolver->getFftSize(), 1024u);
+    ASSERT_EQ(convolver->getPartitionLevels().front().blockSize, 64u);
     auto y = run(*convolver, x, {64, 7}, 0, 1500);
     convolver->setMaxBlockSize(300);
-    ASSERT_EQ(convolver->getFftSize(), 1152u);
+    ASSERT_EQ(convolver->getPartitionLevels().front().blockSize, 256u);
     const auto rest = run(*convolver, x, {300, 1}, 1500);
     y.insert(y.end(), rest.begin(), rest.end());
     EXPECT_TRUE(matches(y, x, h));
@@ -166,7 +162,6 @@ TEST(ConvolverTest, FailuresCarryTheirMessages) {
         {[&] { give(c, {}); }, invalid, "Convolver: Invalid impulse response. IR is empty."},
         {[&] { c.setMaxBlockSize(0); }, plain, "Convolver: Invalid maxBlockSize0"},
         {[&] { c.getOutput(1); }, invalid, "Convolver: Invalid output index: 1"},
-        {[] { Buffer(0); }, invalid, "Buffer size cannot be less than 1. size=0"},
         {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
          "Convolver: Iteration is not supported."},
         {[&] { c.getLastIterationResults(); }, unsupported,

@@ -63,6 +63,53 @@ TEST(Oversampling, DecimationKeepsThePassBandAndRejectsAliases) {
     EXPECT_LT(decibels(run(40000.0), 8000.0, 48000.0), -80.0);
 }
 
+/// The stages of `element` as separate BiQuads with its coefficients, from rest.
+std::vector<std::unique_ptr<BiQuad>> separateStages(const IirResampler& element, int32 block) {
+    std::vector<std::unique_ptr<BiQuad>> chain;
+    for (const auto& stage : element.getStages()) {
+        const auto& designed = dynamic_cast<const BiQuad&>(*stage);
+        chain.push_back(made<BiQuad>("A=0|0 B=0|0|0", "s", block));
+        chain.back()->setCoefficients(designed.getA().data(), designed.getB().data());
+    }
+    return chain;
+}
+
+void runStages(std::vector<std::unique_ptr<BiQuad>>& chain, std::vector<scalar>& signal) {
+    std::vector<scalar> out(signal.size());
+    for (auto& stage : chain) {
+        stage->process(signal.data(), out.data(), signal.size());
+        signal.swap(out);
+    }
+}
+
+// The cascades run their stages side by side in vector lanes: the bits must be those of the
+// stages one after another, for blocks shorter and longer than the lanes' pipeline.
+TEST(Oversampling, StagesInLanesGiveTheBitsOfTheStagesOneAfterAnother) {
+    const std::vector<size_t> blocks = {1, 7, 300, 64, 2, 123};
+    auto up = resampler<IirInterpolator>(interpolatorSettings + " Factor=4", 48000.0f, 300);
+    auto down = resampler<IirDecimator>(decimatorSettings + " Factor=4", 192000.0f, 1200);
+    auto upStages = separateStages(*up, 1200);
+    auto downStages = separateStages(*down, 1200);
+    const auto input = noise(2000, 9);
+    for (size_t at = 0, b = 0; at + blocks[b % blocks.size()] <= input.size();
+         at += blocks[b++ % blocks.size()]) {
+        const size_t n = blocks[b % blocks.size()];
+        up->process(std::vector<scalar*>{const_cast<scalar*>(input.data() + at)}, n);
+        std::vector<scalar> stuffed(4 * n, 0.0f);
+        for (size_t i = 0; i < n; ++i) {
+            stuffed[4 * i] = input[at + i];
+        }
+        runStages(upStages, stuffed);
+        ASSERT_EQ(std::vector<scalar>(up->getOutput(0), up->getOutput(0) + 4 * n), stuffed);
+
+        down->process(std::vector<scalar*>{stuffed.data()}, 4 * n);
+        runStages(downStages, stuffed);
+        for (size_t i = 0; i < n; ++i) {
+            ASSERT_EQ(down->getOutput(0)[i], stuffed[4 * i]) << "at " << at + i;
+        }
+    }
+}
+
 TEST(Oversampling, FactorChangesRoundForTheElementAndNotForTheGraph) {
     const std::string settings = "CornerFrequency='15000' Factor='2' Order='2' Type='Butterworth'";
     auto driver = driverFor(oneGraphSystem(element("IirInterpolator", "I", settings, "Graph"),

@@ -138,6 +138,8 @@ constexpr std::uint32_t avx = 1u << 28;    // leaf 1 ECX
 constexpr std::uint32_t f16c = 1u << 29;   // leaf 1 ECX
 constexpr std::uint32_t rdrand = 1u << 30; // leaf 1 ECX
 constexpr std::uint32_t avx2 = 1u << 5;    // leaf 7 EBX
+constexpr std::uint32_t avx512 = (1u << 16) | (1u << 17) | (1u << 30) | (1u << 31); // F DQ BW VL
+constexpr std::uint64_t wideStates = 0xe6;  // XCR0: SSE, AVX, opmask and upper ZMM
 
 TEST(InstructionSet, LevelFollowsTheIdentificationBits) {
     const std::vector<std::pair<ProcessorIdentification, int32>> cases = {
@@ -148,6 +150,9 @@ TEST(InstructionSet, LevelFollowsTheIdentificationBits) {
         {{avx | f16c, sse2, avx2}, levelAvx},
         {{avx | f16c | rdrand, sse2, 0}, levelAvxF16cRdrand},
         {{avx | f16c | rdrand, sse2, avx2}, levelAvx2},
+        {{avx | f16c | rdrand, sse2, avx2 | avx512, wideStates}, levelAvx512},
+        {{avx | f16c | rdrand, sse2, avx2 | avx512, 0x6}, levelAvx2}, // ZMM state not saved
+        {{avx | f16c | rdrand, sse2, avx2 | (1u << 16), wideStates}, levelAvx2}, // F alone
         {{f16c | rdrand | sse41, sse2, avx2}, levelSse4},
         {{~(avx | sse41), ~sse2, ~avx2}, levelUnknown},
     };
@@ -165,7 +170,12 @@ int32 levelFromCompilerRuntime() {
         if (!__builtin_cpu_supports("f16c") || !__builtin_cpu_supports("rdrnd")) {
             return levelAvx;
         }
-        return __builtin_cpu_supports("avx2") ? levelAvx2 : levelAvxF16cRdrand;
+        if (!__builtin_cpu_supports("avx2")) {
+            return levelAvxF16cRdrand;
+        }
+        const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+                            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
+        return avx512 ? levelAvx512 : levelAvx2;
     }
     return __builtin_cpu_supports("sse4.1") ? levelSse4 : levelSse2;
 }

@@ -1,0 +1,216 @@
+#pragma once
+
+#include "kernels/signal/BiQuadLayout.h"
+#include "kernels/signal/SignalKernelBuilds.h"
+
+// The signal kernels written once over a gang of lanes, instantiated by each instruction-set
+// build with its own Lanes type of internal linkage, so that no instantiation compiled for a
+// wider instruction set can be shared with a narrower build by the linker. For the same reason
+// nothing here calls the standard library.
+//
+// Lanes provides: width; zero(), load(p), store(p); +, − and *; lane(i). For spectra, on
+// interleaved complex values: swapPairs() (re, im → im, re), evenDuplicated() and
+// oddDuplicated() (each pair's real or imaginary part in both of its lanes), negateEven() (flips
+// the sign of every real part). For cascades: skew; shiftUpInserting(s) (lane i to lane i + 1, s
+// into lane 0); a Mask type, working(t, frames) (the lanes i with 0 ≤ t − skew·i < frames) and
+// select(mask, a, b) (a where the mask is set, b elsewhere). For lookups: broadcast(s); an Index
+// type of 32-bit integers, truncated() (the processor's truncation), converted(index),
+// gatherNeighbours(table, index, a, b) (a = table[index],
+// b = table[index + 1]); indexBelow(index, k), indexAtLeast(index, k),
+// either(mask, mask), equal(a, b) and indexOutside(mask, index) (0 where the mask is set).
+namespace nodara::kernels::lanes {
+
+/// x·h per complex pair: x·(hr, hr) + (−xi·hi, xr·hi), the sum of the real lanes written as an
+/// addition of the negated product, which IEEE arithmetic makes equal to the subtraction.
+template <class Lanes>
+Lanes complexProduct(Lanes x, Lanes h) {
+    return x * h.evenDuplicated() + (x.swapPairs() * h.oddDuplicated()).negateEven();
+}
+
+template <class Lanes>
+void sumOfSpectrumProducts(int32 complexCount, int32 terms, const scalar* const* spectra,
+                           const scalar* responses, int32 responseStride, scalar* sum) {
+    const int32 floats = 2 * complexCount;
+    for (int32 i = 0; i < floats; i += Lanes::width) {
+        Lanes total = Lanes::zero();
+        const scalar* response = responses + i;
+        for (int32 t = 0; t < terms; ++t) {
+            total = total + complexProduct(Lanes::load(spectra[t] + i), Lanes::load(response));
+            response += responseStride;
+        }
+        total.store(sum + i);
+    }
+}
+
+/// One biquad step in every lane, in the order of the single filter.
+template <class Lanes>
+struct BiQuadLanes {
+    Lanes b0, b1, b2, a1, a2;
+
+    Lanes step(Lanes x, Lanes x1, Lanes x2, Lanes y1, Lanes y2) const {
+        Lanes sum = b0 * x + b1 * x1;
+        sum = sum + b2 * x2;
+        sum = sum - a1 * y1;
+        return sum - a2 * y2;
+    }
+};
+
+/// Lane s works on sample t − skew·s at step t, so its input is the output of lane s − 1
+/// `skew` steps before: the path through the lane shift then spans `skew` steps and only the
+/// recursion of each stage sets the pace. Steps whose lanes do not all hold a sample of the
+/// block (filling and draining the pipeline) keep the state of the idle lanes; the raw outputs
+/// of idle lanes are never read by a lane at work.
+template <class Lanes>
+class CascadeGroup {
+public:
+    CascadeGroup(int32 stages, const scalar* coefficients, scalar* state, int32 rowStride)
+        : stages(stages), state(state), rowStride(rowStride),
+          filter{Lanes::load(coefficients + rowB0 * rowStride),
+                 Lanes::load(coefficients + rowB1 * rowStride),
+                 Lanes::load(coefficients + rowB2 * rowStride),
+                 Lanes::load(coefficients + rowA1 * rowStride),
+                 Lanes::load(coefficients + rowA2 * rowStride)},
+          x1(Lanes::load(state + rowX1 * rowStride)), x2(Lanes::load(state + rowX2 * rowStride)),
+          y1(Lanes::load(state + rowY1 * rowStride)), y2(Lanes::load(state + rowY2 * rowStride)) {
+        for (Lanes& output : recent) {
+            output = Lanes::zero();
+        }
+    }
+
+    void run(const scalar* in, scalar* out, int32 frames) {
+        const int32 fill = Lanes::skew * (stages - 1);
+        const int32 total = frames + fill;
+        int32 t = 0;
+        for (; t < fill && t < total; ++t) {
+            step<true>(in, out, frames, t, fill);
+        }
+        for (; t < frames; ++t) {
+            step<false>(in, out, frames, t, fill);
+        }
+        for (; t < total; ++t) {
+            step<true>(in, out, frames, t, fill);
+        }
+        x1.store(state + rowX1 * rowStride);
+        x2.store(state + rowX2 * rowStride);
+        y1.store(state + rowY1 * rowStride);
+        y2.store(state + rowY2 * rowStride);
+    }
+
+private:
+    template <bool partial>
+    void step(const scalar* in, scalar* out, int32 frames, int32 t, int32 fill) {
+        const scalar sample = partial && t >= frames ? 0.0f : in[t];
+        const Lanes x = recent[Lanes::skew - 1].shiftUpInserting(sample);
+        const Lanes y = filter.step(x, x1, x2, y1, y2);
+        if constexpr (partial) {
+            const typename Lanes::Mask working = Lanes::working(t, frames);
+            x2 = Lanes::select(working, x1, x2);
+            x1 = Lanes::select(working, x, x1);
+            y2 = Lanes::select(working, y1, y2);
+            y1 = Lanes::select(working, y, y1);
+        } else {
+            x2 = x1;
+            x1 = x;
+            y2 = y1;
+            y1 = y;
+        }
+        for (int32 k = Lanes::skew - 1; k > 0; --k) {
+            recent[k] = recent[k - 1];
+        }
+        recent[0] = y;
+        if (!partial || (t >= fill && t - fill < frames)) {
+            out[t - fill] = y.lane(stages - 1);
+        }
+    }
+
+    int32 stages;
+    scalar* state;
+    int32 rowStride;
+    BiQuadLanes<Lanes> filter;
+    Lanes x1, x2, y1, y2;
+    /// Raw outputs of the last `skew` steps, the newest first.
+    Lanes recent[Lanes::skew];
+};
+
+/// The cascade in groups of up to Lanes::width stages, each group over the whole block.
+template <class Lanes>
+void biQuadCascadeIn(int32 stages, const scalar* coefficients, scalar* state, int32 rowStride,
+                     const scalar* in, scalar* out, int32 frames) {
+    if (frames <= 0) {
+        return;
+    }
+    for (int32 first = 0; first < stages; first += Lanes::width) {
+        const int32 group = stages - first < Lanes::width ? stages - first : Lanes::width;
+        CascadeGroup<Lanes>(group, coefficients + first, state + first, rowStride)
+            .run(first == 0 ? in : out, out, frames);
+    }
+}
+
+/// The constants of a table lookup in every lane.
+template <class Lanes>
+struct TableLanes {
+    const scalar* table;
+    int32 last;
+    Lanes low, spacing, scale, first, end;
+
+    TableLanes(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse)
+        : table(table), last(last), low(Lanes::broadcast(vinMin)), spacing(Lanes::broadcast(deltaV)),
+          scale(Lanes::broadcast(inverse)), first(Lanes::broadcast(table[0])),
+          end(Lanes::broadcast(table[last])) {}
+
+    /// Every lane computes the interpolation from the entries at a safe index (0 outside the
+    /// table's inner range), then the ends and the equal neighbours are chosen in, as the
+    /// single lookup's branches choose. The two neighbours come in one 64-bit load per lane,
+    /// which halves the loads of a gather.
+    Lanes lookUp(Lanes x) const {
+        const Lanes d = x - low;
+        const typename Lanes::Index i = (scale * d).truncated();
+        const typename Lanes::Mask below = Lanes::indexBelow(i, 1);
+        const typename Lanes::Mask above = Lanes::indexAtLeast(i, last);
+        const typename Lanes::Index at = Lanes::indexOutside(Lanes::either(below, above), i);
+        Lanes a;
+        Lanes b;
+        Lanes::gatherNeighbours(table, at, a, b);
+        const Lanes between = ((d - Lanes::converted(i) * spacing) * (b - a)) * scale + a;
+        const Lanes inner = Lanes::select(Lanes::equal(a, b), a, between);
+        return Lanes::select(below, first, Lanes::select(above, end, inner));
+    }
+};
+
+/// The frames that do not fill a gang go through one padded gang. A table of one entry has no
+/// inner range and no second entry: every input gives that entry.
+template <class Lanes>
+void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, scalar inverse,
+                 const scalar* in, scalar* out, int32 frames) {
+    if (last < 1) {
+        for (int32 n = 0; n < frames; ++n) {
+            out[n] = table[0];
+        }
+        return;
+    }
+    const TableLanes<Lanes> lookup(table, last, vinMin, deltaV, inverse);
+    int32 n = 0;
+    for (; n + Lanes::width <= frames; n += Lanes::width) {
+        lookup.lookUp(Lanes::load(in + n)).store(out + n);
+    }
+    if (n < frames) {
+        scalar padded[Lanes::width] = {};
+        for (int32 k = 0; k < frames - n; ++k) {
+            padded[k] = in[n + k];
+        }
+        lookup.lookUp(Lanes::load(padded)).store(padded);
+        for (int32 k = 0; k < frames - n; ++k) {
+            out[n + k] = padded[k];
+        }
+    }
+}
+
+/// Every signal kernel instantiated under a build's name: Lanes for the spectra and the
+/// lookups, and the cascade as the build chooses its lanes by the number of stages.
+template <class Lanes>
+constexpr SignalKernelBuild buildOver(const char* name, int32 minimumLevel,
+                                      decltype(SignalKernelBuild::biQuadCascade) cascade) {
+    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>, cascade, &tableLookup<Lanes>};
+}
+
+} // namespace nodara::kernels::lanes

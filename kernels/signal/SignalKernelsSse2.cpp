@@ -1,0 +1,15 @@
+#include "kernels/InstructionSet.h"
+#include "kernels/signal/QuadLanes.h"
+#include "kernels/signal/SignalArithmetic.h"
+
+namespace nodara::kernels {
+
+namespace {
+struct Sse2Tag {};
+using Lanes = QuadLanes<Sse2Tag>;
+} // namespace
+
+constinit const SignalKernelBuild signalSse2Build =
+    lanes::buildOver<Lanes>("SSE2", levelSse2, &lanes::biQuadCascadeIn<Lanes>);
+
+} // namespace nodara::kernels
