@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace torvane::generators {
@@ -57,10 +60,13 @@ std::vector<Step> parseStrokes(std::string_view text) {
         Step step{text[at++]};
         for (int i = 0; i < operandsOf(step.verb); ++i) {
             skipSpace();
-            const std::string rest(text.substr(at));
-            size_t used = 0;
-            step.values[i] = std::stod(rest, &used);
-            at += used;
+            const auto [end, error] =
+                std::from_chars(text.data() + at, text.data() + text.size(), step.values[i]);
+            if (error != std::errc()) {
+                throw std::logic_error("glyph strokes: a number expected in \"" +
+                                       std::string(text) + "\"");
+            }
+            at = static_cast<size_t>(end - text.data());
         }
         steps.push_back(step);
     }
@@ -114,7 +120,10 @@ std::u32string decode(const std::string& text) {
     std::u32string result;
     for (size_t i = 0; i < text.size();) {
         const auto lead = static_cast<unsigned char>(text[i]);
-        const size_t length = lead < 0x80 ? 1 : (lead & 0xe0) == 0xc0 ? 2 : (lead & 0xf0) == 0xe0 ? 3 : 0;
+        const size_t length = lead < 0x80                ? 1
+                              : (lead & 0xe0) == 0xc0 ? 2
+                              : (lead & 0xf0) == 0xe0 ? 3
+                                                      : 0;
         if (length == 0 || i + length > text.size()) {
             throw std::invalid_argument("lettering: \"" + text + "\" is not UTF-8 we can set");
         }
@@ -128,7 +137,14 @@ std::u32string decode(const std::string& text) {
     return result;
 }
 
-[[noreturn]] void noGlyph(char32_t code, const char* face) {
+/// The glyph of `code` in a table of them; `face` names the table in the error.
+template <class Glyph, size_t count>
+const Glyph& glyphOf(const Glyph (&table)[count], char32_t code, const char* face) {
+    for (const auto& glyph : table) {
+        if (glyph.code == code) {
+            return glyph;
+        }
+    }
     char name[16];
     std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(code));
     throw std::invalid_argument(std::string("lettering: the ") + face + " has no " + name);
@@ -215,14 +231,7 @@ const Kern kerns[] = {
     {U'T', U'C', -0.3}, {U'T', U'G', -0.3},
 };
 
-const Capital& capitalOf(char32_t code) {
-    for (const auto& capital : capitals) {
-        if (capital.code == code) {
-            return capital;
-        }
-    }
-    noGlyph(code, "capitals");
-}
+const Capital& capitalOf(char32_t code) { return glyphOf(capitals, code, "capitals"); }
 
 double kerning(char32_t first, char32_t second) {
     for (const auto& kern : kerns) {
@@ -236,6 +245,7 @@ double kerning(char32_t first, char32_t second) {
 /// Where each letter of a line of capitals goes: its grid's origin, in pixels from the left
 /// edge of the first letter's ink.
 struct CapitalLayout {
+    /// The pen's width, pixels, and pixels per grid unit.
     double pen;
     double scale;
     std::vector<double> origins;
@@ -244,7 +254,7 @@ struct CapitalLayout {
 
 CapitalLayout layOut(const std::u32string& text, const CapitalStyle& style) {
     CapitalLayout layout;
-    layout.pen = style.weight > 0.0 ? style.weight : 0.155 * style.capHeight;
+    layout.pen = style.weight > 0.0 ? style.weight : 0.17 * style.capHeight;
     layout.scale = (style.capHeight - layout.pen) / 10.0;
     const double s = layout.scale, halfPen = layout.pen / 2;
     double cursor = text.empty() ? 0.0 : -s * capitalOf(text[0]).left;
@@ -279,7 +289,8 @@ struct ScriptLetter {
 
 const ScriptLetter scriptLetters[] = {
     {U'T', 13.0, "",
-     "M1.6 18.4 C0.2 19.8 1 22.6 4.2 22.6 C8.4 22.6 12 21.2 16.4 20.9 C20.4 20.6 23.6 21.6 26.6 23.1"
+     "M1.6 18.4 C0.2 19.8 1 22.6 4.2 22.6 C8.4 22.6 12 21.2 16.4 20.9"
+     " C20.4 20.6 23.6 21.6 26.6 23.1"
      " M12.2 21 C11.6 14 11 7 10 3 C9.2 0.2 6.4 -0.8 4.2 0 C2.8 0.6 2.6 2.4 4 3"},
     {U'o', 10.5,
      "M5.4 9.9 C2.6 10.3 0.2 7.8 0.2 4.6 C0.2 1.6 2 -0.2 4.2 -0.2 C6.6 -0.2 8.4 2.2 8.4 5.2"
@@ -309,12 +320,7 @@ const ScriptLetter scriptLetters[] = {
 };
 
 const ScriptLetter& scriptLetterOf(char32_t code) {
-    for (const auto& letter : scriptLetters) {
-        if (letter.code == code) {
-            return letter;
-        }
-    }
-    noGlyph(code, "script");
+    return glyphOf(scriptLetters, code, "script");
 }
 
 struct Point {
@@ -358,15 +364,15 @@ std::vector<Step> parseTrack(const char* text) {
 
 /// Where a word's joined track ends and the way it leaves, and where its first one begins.
 struct WordEnds {
-    Point end, leaving;
-    double firstTrackX;
+    Point end{0, 0}, leaving{1, 0};
+    std::optional<double> firstTrackX;
 };
 
 /// Adds the word's strokes in grid units (x-height 10), its first letter's grid at x = 0.
 WordEnds addScriptWord(cairo_t* cairo, const std::u32string& word) {
     double origin = 0.0;
     bool joining = false;
-    WordEnds ends{{0, 0}, {1, 0}, -1.0};
+    WordEnds ends;
     for (const char32_t code : word) {
         const ScriptLetter& letter = scriptLetterOf(code);
         auto track = parseTrack(letter.track);
@@ -385,7 +391,7 @@ WordEnds addScriptWord(cairo_t* cairo, const std::u32string& word) {
                 cairo_move_to(cairo, ends.end.x, ends.end.y);
                 cairo_curve_to(cairo, a.x, a.y, b.x, b.y, to.x, to.y);
                 track.erase(track.begin());
-            } else if (ends.firstTrackX < 0.0) {
+            } else if (!ends.firstTrackX) {
                 ends.firstTrackX = to.x;
             }
             addSteps(cairo, track, origin);
@@ -404,17 +410,13 @@ WordEnds addScriptWord(cairo_t* cairo, const std::u32string& word) {
 void addSwash(cairo_t* cairo, const WordEnds& ends) {
     const Point e = ends.end, turn = e + ends.leaving * 3.4;
     const Point bottom{e.x - 0.8, -3.3};
-    const double home = std::max(ends.firstTrackX, 0.0) + 2.0;
+    const double home = ends.firstTrackX.value_or(0.0) + 2.0;
     cairo_move_to(cairo, e.x, e.y);
     cairo_curve_to(cairo, turn.x, turn.y, e.x + 4.2, -3.2, bottom.x, bottom.y);
     cairo_curve_to(cairo, bottom.x - 0.4 * (bottom.x - home), -3.6, home + 6.0, -3.4, home, -2.2);
 }
 
 } // namespace
-
-double capitalsWidth(const std::string& text, const CapitalStyle& style) {
-    return layOut(decode(text), style).width;
-}
 
 void printCapitals(cairo_t* cairo, const std::string& text, double x, double baseline,
                    const CapitalStyle& style, Align align) {

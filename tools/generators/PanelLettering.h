@@ -30,16 +30,13 @@ struct CapitalStyle {
     double capHeight;
     /// Extra space between letters, as panel printing has.
     double tracking = 0.0;
-    /// The pen's width; 0 takes 0.155 of the cap height.
+    /// The pen's width; 0 takes 0.17 of the cap height.
     double weight = 0.0;
 };
 
-/// The advance of `text` (UTF-8) set in `style`, from the first letter's left to the last
-/// one's right ink edge. Throws std::invalid_argument for a character it has no glyph for.
-double capitalsWidth(const std::string& text, const CapitalStyle& style);
-
-/// Prints `text` with the current source, its baseline at `baseline`, placed by `align` at
-/// `x`. Replaces the current path. Throws as capitalsWidth does.
+/// Prints `text` (UTF-8) with the current source, its baseline at `baseline`, its ink placed
+/// by `align` at `x`. Replaces the current path. Throws std::invalid_argument for a character
+/// it has no glyph for.
 void printCapitals(cairo_t* cairo, const std::string& text, double x, double baseline,
                    const CapitalStyle& style, Align align = Align::centre);
 

@@ -271,7 +271,7 @@ void drawKnobScale(cairo_t* cairo, const PanelControl& knob) {
     for (int end : {0, 10}) {
         const double angle = -halfSweep + 2 * halfSweep * end / 10.0;
         printCapitals(cairo, std::to_string(end), cx + 44 * std::sin(angle) + (end == 0 ? -3 : 3),
-                      cy - 44 * std::cos(angle) + 8, {6.5, 0.6});
+                      std::round(cy - 44 * std::cos(angle) + 8), {6, 0.6});
     }
     printCapitals(cairo, upperCase(knob.displayName), cx, 368, {8, 1.6});
 }
@@ -315,7 +315,7 @@ void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
             printCapitals(cairo, words->second[1], x, control.y + control.height - 2, positionWord,
                           Align::left);
         }
-        printCapitals(cairo, upperCase(control.displayName), control.centreX(), 368, {6.5, 0.8});
+        printCapitals(cairo, upperCase(control.displayName), control.centreX(), 368, {7, 0.8});
         return;
     }
     drawSwitchMount(cairo, control.centreX(), control.centreY());
@@ -328,7 +328,7 @@ void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
                       control.centreY() + 3, positionWord, Align::left);
     }
     printCapitals(cairo, upperCase(control.displayName), control.centreX(), control.y - 16,
-                  {6.5, 1.4});
+                  {7, 1.4});
 }
 
 /// A red jewel lamp in a chrome bezel, lit.
@@ -410,9 +410,9 @@ void drawPanel(cairo_t* cairo, const std::vector<PanelControl>& controls) {
     }
     drawPilotLight(cairo, 900, 312);
     cairo_set_source_rgb(cairo, 0.08, 0.08, 0.09);
-    scriptPath(cairo, "Torvane", 112, 300, 10, 16);
-    strokeWithPen(cairo, {2.6, 1.1});
-    printCapitals(cairo, "MODEL 51", 112, 322, {6.5, 2.4});
+    scriptPath(cairo, "Torvane", 112, 300, 11, 16);
+    strokeWithPen(cairo, {2.8, 1.15});
+    printCapitals(cairo, "MODEL 51", 112, 322, {7, 2.4});
     printCapitals(cairo, "STEREO TUBE AMP", 112, 338, {5, 1.6});
     drawCorners(cairo);
 }
