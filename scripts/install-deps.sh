@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build, the tests, the benchmarks and the tools need:
-# Xvfb gives the panel's tests a display where there is none, and the DejaVu fonts are the
-# ones the panel's art is drawn with.
+# Xvfb gives the panel's tests a display where there is none.
 # Does nothing when they are all present, so `make` targets can call it every time.
 set -euo pipefail
 
@@ -14,9 +13,8 @@ packages=(
   libfftw3-dev
   libsoxr-dev
   libsndfile1-dev
-  libcairo2-dev libx11-dev libfontconfig-dev
+  libcairo2-dev libx11-dev
   xvfb
-  fonts-dejavu-core fonts-dejavu-extra
 )
 
 missing=()

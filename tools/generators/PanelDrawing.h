@@ -1,7 +1,7 @@
 #pragma once
 
 // Drawing helpers of the panel art: seeded textures written pixel by pixel, brushed metal,
-// shadows and labels. Everything is cairo on image surfaces, in device pixels; nothing reads
+// shadows and screws. Everything is cairo on image surfaces, in device pixels; nothing reads
 // the clock or an unseeded source, so a run draws the same pixels every time.
 
 #include "tools/demo/Random.h"
@@ -12,7 +12,6 @@
 #include <cmath>
 #include <cstdint>
 #include <numbers>
-#include <string>
 #include <vector>
 
 namespace torvane::generators {
@@ -141,45 +140,6 @@ inline cairo_pattern_t* chrome(double x0, double y0, double x1, double y1) {
     return gradient(x0, y0, x1, y1,
                     {{0.50, 0.52, 0.55}, {0.96, 0.97, 0.98}, {0.62, 0.64, 0.67},
                      {0.30, 0.31, 0.33}, {0.82, 0.84, 0.86}, {0.45, 0.46, 0.48}});
-}
-
-enum class Align { left, centre, right };
-
-/// The characters of UTF-8 text, one string each.
-inline std::vector<std::string> characters(const std::string& text) {
-    std::vector<std::string> result;
-    for (size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        const size_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-        result.push_back(text.substr(i, length));
-        i += length;
-    }
-    return result;
-}
-
-/// Text in the toy font `family` at `size` pixels, its baseline at `y`, placed by `align` at
-/// `x`; `spacing` pixels between letters, as panel printing is.
-inline void label(cairo_t* cairo, const std::string& text, double x, double y, double size,
-                  Align align = Align::centre, double spacing = 0.0, bool bold = true,
-                  const char* family = "DejaVu Sans") {
-    cairo_select_font_face(cairo, family, CAIRO_FONT_SLANT_NORMAL,
-                           bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(cairo, size);
-    const auto letters = characters(text);
-    std::vector<double> advances;
-    double width = spacing * (letters.empty() ? 0.0 : letters.size() - 1.0);
-    for (const auto& letter : letters) {
-        cairo_text_extents_t extents;
-        cairo_text_extents(cairo, letter.c_str(), &extents);
-        advances.push_back(extents.x_advance);
-        width += extents.x_advance;
-    }
-    double left = align == Align::left ? x : align == Align::centre ? x - width / 2 : x - width;
-    for (size_t i = 0; i < letters.size(); ++i) {
-        cairo_move_to(cairo, left, y);
-        cairo_show_text(cairo, letters[i].c_str());
-        left += advances[i] + spacing;
-    }
 }
 
 /// A cross-head screw, its slot turned by `angle` radians.

@@ -10,13 +10,14 @@
 //   VerticalSwitch.png       20 × 80, a two-way toggle: lever up (value 0), down (value 1);
 //   donate.png               92 × 52, the donate button: raised above, pressed below.
 // Where each control sits, and its name, come from the amplifier's own document, so the
-// printing lines up with the widgets. Textures come from fixed seeds; a run writes the same
-// pixels every time with the same cairo and fonts.
+// printing lines up with the widgets. The lettering is our own (PanelLettering.h): no font is
+// read. Textures come from fixed seeds; a run writes the same pixels every time with the same
+// cairo.
 
 #include "amp/AmplifierDocument.h"
 #include "tools/generators/PanelDrawing.h"
+#include "tools/generators/PanelLettering.h"
 
-#include <fontconfig/fontconfig.h>
 #include <pugixml.hpp>
 
 #include <cctype>
@@ -188,44 +189,37 @@ void drawGrille(cairo_t* cairo) {
     cairo_pattern_destroy(cord);
 }
 
-/// The name in chrome script on the cloth, with a tail under it as amplifier badges have.
+/// The name in chrome script on the cloth: a dark rim round a polished track, lit from the
+/// top left, with its shadow on the cloth.
 void drawLogo(cairo_t* cairo) {
-    const char* name = "Torvane";
-    cairo_select_font_face(cairo, "DejaVu Serif", CAIRO_FONT_SLANT_ITALIC, CAIRO_FONT_WEIGHT_BOLD);
-    cairo_set_font_size(cairo, 72);
-    cairo_text_extents_t extents;
-    cairo_text_extents(cairo, name, &extents);
-    const double x = 500 - extents.width / 2 - extents.x_bearing, y = 132;
-    // Shadow on the cloth.
-    cairo_move_to(cairo, x + 3, y + 5);
-    cairo_text_path(cairo, name);
-    cairo_set_source_rgba(cairo, 0, 0, 0, 0.6);
-    cairo_fill(cairo);
-    // The tail, a swash under the letters.
-    auto tail = [&](double dx, double dy) {
-        cairo_move_to(cairo, x + 8 + dx, y + 16 + dy);
-        cairo_curve_to(cairo, x + 120 + dx, y + 4 + dy, x + 220 + dx, y + 24 + dy,
-                       x + extents.width + 8 + dx, y + 8 + dy);
-        cairo_curve_to(cairo, x + 220 + dx, y + 30 + dy, x + 120 + dx, y + 12 + dy,
-                       x + 8 + dx, y + 16 + dy);
-        cairo_close_path(cairo);
+    constexpr double x = 500, baseline = 140, xHeight = 41, slant = 16;
+    const ScriptPen pen{9.0, 3.3};
+    const auto track = [&](double dx, double dy) {
+        scriptPath(cairo, "Torvane", x + dx, baseline + dy, xHeight, slant, Align::centre, true);
     };
-    tail(3, 5);
-    cairo_fill(cairo);
-    cairo_move_to(cairo, x, y);
-    cairo_text_path(cairo, name);
-    tail(0, 0);
-    cairo_pattern_t* shine = chrome(0, y - 56, 0, y + 26);
+    track(3, 5);
+    cairo_set_source_rgba(cairo, 0, 0, 0, 0.55);
+    strokeWithPen(cairo, pen.grown(1.4));
+    cairo_push_group(cairo);
+    track(0, 0);
+    cairo_set_source_rgba(cairo, 0.12, 0.12, 0.13, 0.95);
+    strokeWithPenPreserve(cairo, pen.grown(1.2));
+    cairo_pattern_t* shine = chrome(0, baseline - 2.4 * xHeight, 0, baseline + 0.5 * xHeight);
     cairo_set_source(cairo, shine);
-    cairo_fill_preserve(cairo);
+    strokeWithPen(cairo, pen);
     cairo_pattern_destroy(shine);
-    cairo_set_line_width(cairo, 1.2);
-    cairo_set_source_rgba(cairo, 0.15, 0.15, 0.16, 0.9);
-    cairo_stroke(cairo);
+    // A glint along the upper left edge of the track, kept on the letters.
+    cairo_set_operator(cairo, CAIRO_OPERATOR_ATOP);
+    track(-0.9, -1.3);
+    cairo_set_source_rgba(cairo, 1, 1, 1, 0.45);
+    strokeWithPen(cairo, {pen.major * 0.45, pen.minor * 0.45, pen.angle});
+    cairo_pop_group_to_source(cairo);
+    cairo_paint(cairo);
+    const CapitalStyle tagline{8, 3.2};
     cairo_set_source_rgba(cairo, 0, 0, 0, 0.6);
-    label(cairo, "HAND-WIRED TUBE AMPLIFIER", 501, 181, 11, Align::centre, 3.2, true);
+    printCapitals(cairo, "HAND-WIRED TUBE AMPLIFIER", 501, 181, tagline);
     cairo_set_source_rgb(cairo, 0.90, 0.84, 0.66);
-    label(cairo, "HAND-WIRED TUBE AMPLIFIER", 500, 180, 11, Align::centre, 3.2, true);
+    printCapitals(cairo, "HAND-WIRED TUBE AMPLIFIER", 500, 180, tagline);
 }
 
 void drawPlate(cairo_t* cairo) {
@@ -276,10 +270,10 @@ void drawKnobScale(cairo_t* cairo, const PanelControl& knob) {
     }
     for (int end : {0, 10}) {
         const double angle = -halfSweep + 2 * halfSweep * end / 10.0;
-        label(cairo, std::to_string(end), cx + 44 * std::sin(angle) + (end == 0 ? -3 : 3),
-              cy - 44 * std::cos(angle) + 8, 9, Align::centre, 0, true);
+        printCapitals(cairo, std::to_string(end), cx + 44 * std::sin(angle) + (end == 0 ? -3 : 3),
+                      std::round(cy - 44 * std::cos(angle) + 8), {6, 0.6});
     }
-    label(cairo, upperCase(knob.displayName), cx, 368, 11, Align::centre, 1.6);
+    printCapitals(cairo, upperCase(knob.displayName), cx, 368, {8, 1.6});
 }
 
 /// A chrome disc on the plate with its shadow: a switch's washer, a lamp's bezel.
@@ -306,6 +300,9 @@ const std::map<std::string, std::vector<std::string>> positionWords = {
     {"Oversampling", {"2×", "4×", "8×"}},
 };
 
+/// The words at a switch's positions.
+const CapitalStyle positionWord{6, 0.4};
+
 void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
     cairo_set_source_rgb(cairo, 0.08, 0.08, 0.09);
     const auto words = positionWords.find(control.name);
@@ -314,23 +311,24 @@ void drawSwitchPrinting(cairo_t* cairo, const PanelControl& control) {
         cairo_set_source_rgb(cairo, 0.08, 0.08, 0.09);
         if (words != positionWords.end()) {
             const double x = control.x + control.width + 3;
-            label(cairo, words->second[0], x, control.y + 9, 8, Align::left, 0.4);
-            label(cairo, words->second[1], x, control.y + control.height - 2, 8, Align::left, 0.4);
+            printCapitals(cairo, words->second[0], x, control.y + 9, positionWord, Align::left);
+            printCapitals(cairo, words->second[1], x, control.y + control.height - 2, positionWord,
+                          Align::left);
         }
-        label(cairo, upperCase(control.displayName), control.centreX(), 368, 9, Align::centre,
-              0.8);
+        printCapitals(cairo, upperCase(control.displayName), control.centreX(), 368, {7, 0.8});
         return;
     }
     drawSwitchMount(cairo, control.centreX(), control.centreY());
     cairo_set_source_rgb(cairo, 0.08, 0.08, 0.09);
     if (words != positionWords.end()) {
-        label(cairo, words->second[0], control.x - 3, control.centreY() + 3, 8, Align::right);
-        label(cairo, words->second[1], control.centreX(), control.y - 4, 8, Align::centre);
-        label(cairo, words->second[2], control.x + control.width + 3, control.centreY() + 3, 8,
-              Align::left);
+        printCapitals(cairo, words->second[0], control.x - 3, control.centreY() + 3, positionWord,
+                      Align::right);
+        printCapitals(cairo, words->second[1], control.centreX(), control.y - 4, positionWord);
+        printCapitals(cairo, words->second[2], control.x + control.width + 3,
+                      control.centreY() + 3, positionWord, Align::left);
     }
-    label(cairo, upperCase(control.displayName), control.centreX(), control.y - 16, 9,
-          Align::centre, 1.4);
+    printCapitals(cairo, upperCase(control.displayName), control.centreX(), control.y - 16,
+                  {7, 1.4});
 }
 
 /// A red jewel lamp in a chrome bezel, lit.
@@ -352,7 +350,7 @@ void drawPilotLight(cairo_t* cairo, double x, double y) {
     cairo_arc(cairo, x - 4, y - 4.5, 2.2, 0, 2 * pi);
     cairo_fill(cairo);
     cairo_set_source_rgb(cairo, 0.08, 0.08, 0.09);
-    label(cairo, "POWER", x, 368, 11, Align::centre, 1.6);
+    printCapitals(cairo, "POWER", x, 368, {8, 1.6});
 }
 
 /// Chrome corner caps over the tolex, each held by a rivet, as on a road-worn cabinet.
@@ -412,9 +410,10 @@ void drawPanel(cairo_t* cairo, const std::vector<PanelControl>& controls) {
     }
     drawPilotLight(cairo, 900, 312);
     cairo_set_source_rgb(cairo, 0.08, 0.08, 0.09);
-    label(cairo, "Torvane", 112, 300, 22, Align::centre, 0.5, true, "DejaVu Serif");
-    label(cairo, "MODEL 51", 112, 322, 9, Align::centre, 2.4);
-    label(cairo, "STEREO TUBE AMP", 112, 338, 7, Align::centre, 1.6);
+    scriptPath(cairo, "Torvane", 112, 300, 11, 16);
+    strokeWithPen(cairo, {2.8, 1.15});
+    printCapitals(cairo, "MODEL 51", 112, 322, {7, 2.4});
+    printCapitals(cairo, "STEREO TUBE AMP", 112, 338, {5, 1.6});
     drawCorners(cairo);
 }
 
@@ -591,7 +590,7 @@ void drawDonateFrame(cairo_t* cairo, bool pressed) {
     cairo_set_source_rgb(cairo, 0.99, 0.95, 0.86);
     heart(cairo, 16, 12.5 + sink, 6);
     cairo_fill(cairo);
-    label(cairo, "DONATE", 54, 17.5 + sink, 11, Align::centre, 1.2);
+    printCapitals(cairo, "DONATE", 54, 17.5 + sink, {8, 1.2});
 }
 
 void drawDonate(cairo_t* cairo) {
@@ -609,10 +608,8 @@ int generate(const std::filesystem::path& folder) {
     drawPicture(folder / "HorizontalSwitch-3P.png", 40, 60, drawThreeWaySwitch);
     drawPicture(folder / "VerticalSwitch.png", 20, 80, drawVerticalSwitch);
     drawPicture(folder / "donate.png", 92, 52, drawDonate);
-    // cairo and fontconfig keep the fonts they looked up until told otherwise; a leak checker
-    // would count them.
+    // cairo keeps caches until told otherwise; a leak checker would count them.
     cairo_debug_reset_static_data();
-    FcFini();
     return 0;
 }
 
