@@ -2,6 +2,7 @@
 
 #include "plugin/Vst2Abi.h"
 
+#include <atomic>
 #include <cstddef>
 #include <string>
 
@@ -54,7 +55,8 @@ public:
     /// Sets a parameter and tells the host, as a user's change from the window.
     void setParameterAutomated(vst2::VstInt32 index, float value);
 
-    /// Reports `message` on stderr unless it was the last one reported by this effect.
+    /// Reports `message` on stderr unless it was the last one reported by this effect. Any
+    /// thread.
     void reportFailure(const char* where, const std::string& message);
 
 protected:
@@ -72,7 +74,8 @@ protected:
 
 private:
     vst2::AEffect effect{};
-    std::string lastFailure;
+    /// Hash of the last message reported.
+    std::atomic<std::size_t> lastFailure{0};
 };
 
 /// Copies `text` into a host buffer of `size` bytes, always terminated.

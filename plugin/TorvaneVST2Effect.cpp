@@ -1,32 +1,12 @@
 #include "plugin/TorvaneVST2Effect.h"
 
 #include "amp/Amplifier.h"
+#include "plugin/FloatingPointMode.h"
 #include "runtime/Exceptions.h"
 
 #include <cstring>
-#include <xmmintrin.h>
 
 namespace torvane {
-
-namespace {
-
-constexpr unsigned flushToZero = 0x8000;
-constexpr unsigned denormalsAreZero = 0x0040;
-
-/// Denormals cost hundreds of cycles in the recursive filters' tails: flush them for the block
-/// and give the host its own settings back afterwards.
-class DenormalGuard {
-public:
-    DenormalGuard() : saved(_mm_getcsr()) { _mm_setcsr(saved | flushToZero | denormalsAreZero); }
-    ~DenormalGuard() { _mm_setcsr(saved); }
-    DenormalGuard(const DenormalGuard&) = delete;
-    DenormalGuard& operator=(const DenormalGuard&) = delete;
-
-private:
-    unsigned saved;
-};
-
-} // namespace
 
 TorvaneVST2Effect::TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster,
                                      const std::shared_ptr<nodara::Driver>& driver)
@@ -86,7 +66,7 @@ void TorvaneVST2Effect::setBlockSize(vst2::VstInt32 frames) {
 }
 
 void TorvaneVST2Effect::processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) {
-    DenormalGuard guard;
+    FlushDenormals guard;
     try {
         runBlock(inputs, outputs, frames);
     } catch (const nodara::NodaraException& error) {

@@ -8,7 +8,9 @@
 
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <thread>
+#include <xmmintrin.h>
 
 namespace nodara::testing {
 namespace {
@@ -156,6 +158,33 @@ TEST(PluginInterface, SurvivesAScanWithoutRateOrBlockSize) {
     }
     record->dispatcher(record, vst2::effMainsChanged, 0, 0, nullptr, 0.0f);
     EXPECT_EQ(record->dispatcher(record, vst2::effClose, 0, 0, nullptr, 0.0f), 1);
+}
+
+// The mode belongs to the host's thread: each entry point may flush denormals while it runs,
+// and must give the host's own mode back.
+TEST(PluginInterface, EveryEntryPointGivesTheHostItsFloatingPointModeBack) {
+    LoadedPlugin plugin;
+    const unsigned hostMode = _mm_getcsr() & ~0x8040u;
+    _mm_setcsr(hostMode);
+    std::vector<float> in(64, 0.1f), left(64), right(64);
+    vst2::AEffect* record = plugin.entry(versionHost);
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(_mm_getcsr(), hostMode) << "VSTPluginMain";
+    Effect effect(plugin);
+    const std::pair<const char*, std::function<void()>> calls[] = {
+        {"start", [&] { effect.start(48000.0f, 64); }},
+        {"process", [&] { effect.process(in.data(), in.data(), left.data(), right.data(), 64); }},
+        {"setParameter", [&] { effect.effect->setParameter(effect.effect, 0, 0.7f); }},
+        {"getParameter", [&] { effect.effect->getParameter(effect.effect, 0); }},
+        {"a refused rate", [&] { effect.call(vst2::effSetSampleRate, 0, 0, nullptr, -1.0f); }},
+        {"suspend", [&] { effect.call(vst2::effMainsChanged, 0, 0); }},
+        {"a refused block", [&] { effect.process(in.data(), in.data(), left.data(), right.data(), 64); }},
+        {"close", [&] { record->dispatcher(record, vst2::effClose, 0, 0, nullptr, 0.0f); }},
+    };
+    for (const auto& [name, call] : calls) {
+        call();
+        EXPECT_EQ(_mm_getcsr(), hostMode) << name;
+    }
 }
 
 TEST(PluginInterface, NoHostNoEffect) {
