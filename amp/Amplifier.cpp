@@ -162,6 +162,16 @@ void installValueMaps(const Driver::ControlList& controls) {
     }
 }
 
+std::string amplifierRateProblem(double rate) {
+    if (rate > lowestAmplifierRate && rate <= highestAmplifierRate) {
+        return {};
+    }
+    std::ostringstream message;
+    message << "the amplifier runs at sample rates above " << lowestAmplifierRate
+            << " Hz and up to " << highestAmplifierRate << " Hz, not " << rate << " Hz";
+    return message.str();
+}
+
 std::shared_ptr<Driver> makeAmplifier() {
     auto driver = makeAmplifierDriver();
     setUpAmplifier(*driver);

@@ -54,15 +54,28 @@ void TorvaneVST2Effect::betweenBlocks(std::atomic<bool>& failed, Change change) 
     driver->setSuspended(wasSuspended || rateFailed || blockSizeFailed);
 }
 
+// Impossible settings are refused at the door, before any graph changes; the effect then stays
+// silent until a good one comes.
 void TorvaneVST2Effect::setSampleRate(float rate) {
     AudioEffectX::setSampleRate(rate);
-    betweenBlocks(rateFailed, [&] { driver->setSampleRate(rate); });
+    betweenBlocks(rateFailed, [&] {
+        if (const std::string problem = amplifierRateProblem(rate); !problem.empty()) {
+            throw nodara::InvalidArgumentException("TorvaneVST2Effect: " + problem);
+        }
+        driver->setSampleRate(rate);
+    });
     changed = true;
 }
 
 void TorvaneVST2Effect::setBlockSize(vst2::VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
-    betweenBlocks(blockSizeFailed, [&] { driver->setMaxBlockSize(frames); });
+    betweenBlocks(blockSizeFailed, [&] {
+        if (frames < 1 || frames > largestBlock) {
+            throw nodara::InvalidArgumentException(nodara::concat(
+                "TorvaneVST2Effect: blocks go from 1 to ", largestBlock, " frames, not ", frames));
+        }
+        driver->setMaxBlockSize(frames);
+    });
 }
 
 void TorvaneVST2Effect::processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) {

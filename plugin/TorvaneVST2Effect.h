@@ -25,7 +25,10 @@ public:
     void open() override;
     void suspend() override;
     void resume() override;
+    /// Refuses rates the amplifier cannot run at; the effect is then silent until a rate it
+    /// takes comes.
     void setSampleRate(float rate) override;
+    /// Refuses blocks outside 1 to `largestBlock` frames, likewise.
     void setBlockSize(vst2::VstInt32 frames) override;
     /// Throws the driver's failures as plain NodaraException (for example a block while
     /// suspended); the C entry point turns them into silence.
@@ -39,6 +42,9 @@ public:
     bool getVendorString(char* text) override;
     vst2::VstInt32 getVendorVersion() override { return 1100; }
     bool canParameterBeAutomated(vst2::VstInt32) override { return true; }
+
+    /// The largest block a host may announce; larger ones are refused.
+    static constexpr vst2::VstInt32 largestBlock = 65536;
 
     bool isMonoBus() const { return monoBus.load(); }
     bool isMonoMode() const { return monoMode.load(); }

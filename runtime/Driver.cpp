@@ -225,6 +225,10 @@ void Driver::setSuspended(bool value) {
 }
 
 void Driver::setSampleRate(scalar rate) {
+    if (!(rate > 0.0f) || !std::isfinite(rate)) {
+        throw InvalidArgumentException(
+            concat("Driver: sampleRate must be greater than zero. sampleRate=", rate));
+    }
     sampleRate = rate;
     if (initialized) {
         for (size_t g = 0; g < graphs->size(); ++g) {

@@ -46,7 +46,8 @@ public:
     /// Takes the system's graphs, wires and controls; orders the graphs, computes their rates
     /// and binds the controls. Documents are read into a layout by the description layer.
     void init(const SystemLayout& layout);
-    /// Not while processing; redesigns rate-dependent filters.
+    /// Not while processing; redesigns rate-dependent filters. Refuses a rate that is not a
+    /// finite number above 0.
     void setSampleRate(scalar rate);
     /// Not while processing; allocates. The largest block `process` will be given.
     void setMaxBlockSize(int32 size);

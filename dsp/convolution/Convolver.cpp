@@ -87,6 +87,10 @@ void Convolver::setMaxBlockSize(int32 size) {
         maxBlockSize = size;
         if (!response.empty()) {
             rebuild();
+        } else {
+            // Until a response comes, a graph that bypasses this element still writes here.
+            outputBuffer = makeAlignedFloats(static_cast<size_t>(size));
+            outputs[0] = outputBuffer.get();
         }
     }
 }

@@ -160,6 +160,33 @@ TEST(PluginInterface, SurvivesAScanWithoutRateOrBlockSize) {
     EXPECT_EQ(record->dispatcher(record, vst2::effClose, 0, 0, nullptr, 0.0f), 1);
 }
 
+// A rate or block the amplifier cannot take leaves it silent, never crashed, until good ones
+// come; refusals happen before anything changes, so the sound then comes back.
+TEST(PluginInterface, ImpossibleRatesAndBlocksAreRefusedUntilGoodOnesCome) {
+    LoadedPlugin plugin;
+    const std::pair<float, int> refused[] = {{0.0f, 64},   {NAN, 64},      {-48000.0f, 64},
+                                             {8000.0f, 64}, {1e9f, 64},     {48000.0f, 0},
+                                             {48000.0f, -3}, {48000.0f, 1 << 20}};
+    auto input = guitarLike(64 * 40, 48000);
+    std::vector<float> left(input.size()), right(input.size());
+    const auto play = [&](Effect& effect) {
+        for (size_t start = 0; start < input.size(); start += 64) {
+            effect.process(input.data() + start, input.data() + start, left.data() + start,
+                           right.data() + start, 64);
+        }
+        return peak(left);
+    };
+    for (const auto& [rate, block] : refused) {
+        Effect effect(plugin);
+        effect.start(rate, block);
+        EXPECT_EQ(play(effect), 0.0) << rate << " Hz, " << block << " frames";
+        effect.call(vst2::effSetSampleRate, 0, 0, nullptr, 48000.0f);
+        effect.call(vst2::effSetBlockSize, 0, 64);
+        effect.call(vst2::effMainsChanged, 0, 1);
+        EXPECT_GT(play(effect), 1e-4) << rate << " Hz, " << block << " frames";
+    }
+}
+
 // The mode belongs to the host's thread: each entry point may flush denormals while it runs,
 // and must give the host's own mode back.
 TEST(PluginInterface, EveryEntryPointGivesTheHostItsFloatingPointModeBack) {
