@@ -3,6 +3,7 @@
 #include "description/DSPElementFactory.h"
 #include "description/NewParser.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -119,6 +120,8 @@ std::shared_ptr<Graph> DSPGraphParser::parse(const std::string& name, const pugi
             properties = attributesOf(propertiesNode.node());
         }
         filter->init(elementName, properties, context);
+        limits::requireAtMost("Element " + elementName, "NumberOfInputs",
+                              filter->getMeta()->getNumberOfInputs(), limits::inputs);
         context->addElement(filter.get());
         filter.release();
         names.push_back(elementName);

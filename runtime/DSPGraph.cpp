@@ -1,6 +1,7 @@
 #include "runtime/DSPGraph.h"
 
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <boost/graph/adjacency_list.hpp>
 #include <boost/graph/depth_first_search.hpp>
@@ -89,6 +90,7 @@ void DSPGraph::readIterationSettings(const Properties& properties) {
         throw InvalidArgumentException(
             concat("DSPGraph: MaxIterations must be greater than 0. MaxIterations=", maxIterations));
     }
+    limits::requireAtMost("DSPGraph", "MaxIterations", maxIterations, limits::iterations);
 }
 
 void DSPGraph::init() {

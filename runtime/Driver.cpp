@@ -3,6 +3,7 @@
 #include "runtime/Context.h"
 #include "runtime/Element.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <boost/graph/adjacency_list.hpp>
 #include <boost/graph/topological_sort.hpp>
@@ -51,11 +52,11 @@ void Driver::init(const SystemLayout& layout) {
     takeGraphs(layout);
     computeOrder();
     sizeBuffers();
-    for (size_t g = 0; g < graphs->size(); ++g) {
-        (*graphs)[g]->init();
-        if (maxBlockSize > 0) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
-        }
+    for (const auto& graph : *graphs) {
+        graph->init();
+    }
+    if (maxBlockSize > 0) {
+        applyBlockSizes();
     }
     controls = layout.controls;
     bindProperties();
@@ -85,6 +86,9 @@ void Driver::sizeBuffers() {
     }
     graphInputs.assign(widest, nullptr);
     multipliers.assign(graphs->size(), 1.0);
+    nominalMultipliers.assign(graphs->size(), 1.0);
+    graphRates.assign(graphs->size(), 0.0f);
+    graphRatios.assign(graphs->size(), 0.0);
     updateMultipliers();
     outputs->assign(outputGraphs ? outputGraphs->size() : 0, nullptr);
 }
@@ -124,25 +128,86 @@ void Driver::updateMultipliers() {
                     source < 0 ? 1.0 : (*graphs)[static_cast<size_t>(source)]->getOutputMultiplier();
                 if (!(m > 0.0)) {
                     m = c;
-                } else if (std::fabs(c - m) > 1e-10) {
+                } else if (std::fabs(c - m) > multiplierTolerance) {
                     throw NodaraException("Invalid input multipliers for graph " +
                                           graph->getName());
                 }
             }
         }
+        if (const double rate = graph->getMultiplier() * m; !(rate <= limits::rateMultiplier)) {
+            limits::requireAtMost("Driver: graph " + graph->getName(), "rate multiplier", rate,
+                                  limits::rateMultiplier);
+        }
         graph->setInputMultiplier(m);
         multipliers[static_cast<size_t>(g)] = m;
     }
+    updateNominalMultipliers();
     if (outputGraphs) {
         for (int32 source : *outputGraphs) {
             if (source < 0) {
                 continue;
             }
+            // Rates are products of ratios such as 8 and 1/8, which need not give exactly 1.
             const double m = (*graphs)[static_cast<size_t>(source)]->getOutputMultiplier();
-            if (m != 1.0) {
+            if (std::fabs(m - 1.0) > multiplierTolerance) {
                 throw NodaraException(concat("Invalid multiplier. Expected 1 but got ", m));
             }
         }
+    }
+}
+
+// The rates as if no graph were off or bypassed: what an inactive graph will run at once it is
+// switched in, so that switching costs no redesign. -1 where the sources disagree.
+void Driver::updateNominalMultipliers() {
+    for (int32 g : order) {
+        double m = -1.0;
+        bool consistent = true;
+        if (const auto& sources = (*inputGraphs)[static_cast<size_t>(g)]) {
+            for (int32 source : *sources) {
+                const double c =
+                    source < 0 ? 1.0
+                               : nominalMultipliers[static_cast<size_t>(source)] *
+                                     (*graphs)[static_cast<size_t>(source)]->getMultiplier();
+                if (!(c > 0.0) || c > limits::rateMultiplier ||
+                    (m > 0.0 && std::fabs(c - m) > multiplierTolerance)) {
+                    consistent = false;
+                }
+                m = c;
+            }
+        }
+        nominalMultipliers[static_cast<size_t>(g)] = consistent ? m : -1.0;
+    }
+}
+
+double Driver::designMultiplier(size_t graph) const {
+    const auto& candidate = (*graphs)[graph];
+    const bool active = !candidate->isOff() && !candidate->isBypassed();
+    return active || !(nominalMultipliers[graph] > 0.0) ? multipliers[graph]
+                                                        : nominalMultipliers[graph];
+}
+
+// Only graphs whose design moved are told: a redesign allocates, and switching a branch or a
+// chain in or out must not. A graph's filters depend on its input rate and, in a resampling
+// element, on its own ratio.
+void Driver::applyRates() {
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        const auto& graph = (*graphs)[g];
+        const scalar rate = static_cast<scalar>(designMultiplier(g)) * sampleRate;
+        if (rate != graphRates[g] || graph->getMultiplier() != graphRatios[g]) {
+            graph->setSampleRate(rate);
+            graphRates[g] = rate;
+            graphRatios[g] = graph->getMultiplier();
+        }
+    }
+}
+
+// A graph's buffers hold a block at its present rate and at the rate it has when every graph
+// is active. Buffers only grow, so telling a graph a size it had costs nothing; an element
+// whose buffers follow its own factor grows them here after a factor change.
+void Driver::applyBlockSizes() {
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        (*graphs)[g]->setMaxBlockSize(std::max(blockSizeFor(g, maxBlockSize),
+                                               blockSizeAt(nominalMultipliers[g], maxBlockSize)));
     }
 }
 
@@ -185,7 +250,11 @@ void Driver::bindProperties() {
 }
 
 int32 Driver::blockSizeFor(size_t graph, int32 frames) const {
-    return static_cast<int32>(std::floor(frames * multipliers[graph] + 0.5));
+    return blockSizeAt(multipliers[graph], frames);
+}
+
+int32 Driver::blockSizeAt(double multiplier, int32 frames) {
+    return static_cast<int32>(std::floor(frames * multiplier + 0.5));
 }
 
 int32 Driver::getNumberOfSystemInputs() const {
@@ -231,9 +300,7 @@ void Driver::setSampleRate(scalar rate) {
     }
     sampleRate = rate;
     if (initialized) {
-        for (size_t g = 0; g < graphs->size(); ++g) {
-            (*graphs)[g]->setSampleRate(static_cast<scalar>(multipliers[g]) * rate);
-        }
+        applyRates();
     }
 }
 
@@ -244,9 +311,7 @@ void Driver::setMaxBlockSize(int32 size) {
     }
     maxBlockSize = size;
     if (initialized) {
-        for (size_t g = 0; g < graphs->size(); ++g) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, size));
-        }
+        applyBlockSizes();
     }
 }
 
@@ -299,17 +364,15 @@ void Driver::applyControls() {
     }
 }
 
-// Rates follow a change of multiplier, off or bypass: filters are redesigned and buffers grow
-// here, on the audio thread, by design.
+// Rates follow a change of multiplier, off or bypass: when a rate really changes, filters are
+// redesigned and buffers grow here, on the audio thread, by design.
 void Driver::applyRateChange() {
-    updateMultipliers();
-    for (size_t g = 0; g < graphs->size(); ++g) {
-        (*graphs)[g]->setSampleRate(static_cast<scalar>(multipliers[g]) * sampleRate);
-        if (maxBlockSize > 0) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
-        }
-    }
     graphsChanged.store(false);
+    updateMultipliers();
+    applyRates();
+    if (maxBlockSize > 0) {
+        applyBlockSizes();
+    }
 }
 
 scalar* Driver::sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const {

@@ -64,12 +64,21 @@ public:
     const std::vector<double>& getMultipliers() const { return multipliers; }
     /// Frames a graph handles for `frames` at the system rate.
     int32 blockSizeFor(size_t graph, int32 frames) const;
+    /// How far two rate multipliers may differ and still count as the same rate.
+    static constexpr double multiplierTolerance = 1e-10;
 
 private:
     void takeGraphs(const SystemLayout& layout);
     void computeOrder();
     void sizeBuffers();
     void updateMultipliers();
+    void updateNominalMultipliers();
+    /// The multiplier a graph's filters are designed for: its own while it runs; while it is
+    /// off or bypassed, the one it will run at once every graph runs.
+    double designMultiplier(size_t graph) const;
+    void applyRates();
+    void applyBlockSizes();
+    static int32 blockSizeAt(double multiplier, int32 frames);
     void bindProperties();
     void applyControls();
     void applyRateChange();
@@ -84,6 +93,11 @@ private:
     IndexList outputGraphs;
     IndexList outputNodes;
     std::vector<double> multipliers;
+    /// Input multipliers with every graph active; -1 where they cannot be told.
+    std::vector<double> nominalMultipliers;
+    /// The rate each graph was last given, and its own multiplier then; 0 before the first.
+    std::vector<scalar> graphRates;
+    std::vector<double> graphRatios;
     std::vector<scalar*> graphInputs;
     std::shared_ptr<std::vector<scalar*>> outputs = std::make_shared<std::vector<scalar*>>();
     std::shared_ptr<std::vector<std::shared_ptr<Property>>> properties;

@@ -33,9 +33,8 @@ public:
     virtual std::shared_ptr<Context> getContext() = 0;
     virtual int32 getNumberOfOutputs() const { return numberOfOutputs; }
     virtual int32 getNumberOfInputs() const { return numberOfInputs; }
-    /// Refuses counts below 0 and above `maxNumberOfInputs`.
+    /// Refuses counts below 0 and above the document limit.
     virtual void setNumberOfInputs(int32 count);
-    static constexpr int32 maxNumberOfInputs = 65536;
     virtual void setMaxBlockSize(int32 size) = 0;
     virtual void setSampleRate(scalar rate) = 0;
     virtual scalar* getResult(std::string outputName);

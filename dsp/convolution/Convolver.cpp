@@ -2,6 +2,7 @@
 
 #include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <cstring>
@@ -60,6 +61,8 @@ void Convolver::init(const std::string& convolverName, const Properties& convolv
             concat("MaxIRSize must be greater than or equal to 0. Convolver name=", convolverName,
                    " MaxIRSize=", maxIRSize));
     }
+    limits::requireAtMost("Convolver " + convolverName, "MaxIRSize", maxIRSize,
+                          limits::responseSamples);
     outputs.assign(1, outputBuffer.get());
 }
 

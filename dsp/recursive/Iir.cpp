@@ -2,6 +2,7 @@
 
 #include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +13,7 @@ void Iir::propertyChanged(const std::string& propertyName, scalar value) {
     if (propertyName != "Order") {
         throw InvalidArgumentException("Iir: Unknown property " + propertyName);
     }
+    limits::requireAtMost("Iir", "Order", value, limits::order);
     setOrder(static_cast<int32>(std::lround(value)));
 }
 
@@ -43,6 +45,7 @@ void Iir::init(const std::string& filterName, const Properties& filterProperties
         throw InvalidArgumentException(concat("Iir: Order must be greater than 0. Iir name: ",
                                               filterName, " Order=", order));
     }
+    limits::requireAtMost("Iir " + filterName, "Order", order, limits::order);
     std::string aText;
     std::string bText;
     requireProperty(filterProperties, "A", aText, stringParser,
@@ -70,6 +73,7 @@ void Iir::setOrder(int32 order) {
     if (order < 1) {
         throw NodaraException(concat("Iir: Invalid order", order));
     }
+    limits::requireAtMost("Iir", "Order", order, limits::order);
     taps = order + 1;
     if (maxBlockSize > 0) {
         allocateHistories();
