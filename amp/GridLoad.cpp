@@ -17,6 +17,12 @@ GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const 
     lookup->propertyChanged("Vout", conductance);
 }
 
+void GridLoad::reset() {
+    y1 = 0.0f;
+    y2 = 0.0f;
+    lastG = 0.0;
+}
+
 std::optional<double> GridLoad::next(nodara::scalar lastOutput, bool force) {
     y2 = y1;
     y1 = lastOutput;

@@ -21,6 +21,8 @@ public:
     /// The conductance for the next sample, in siemens, when the coefficients must be computed
     /// for it (always when `force`); nothing while they still stand.
     std::optional<double> next(nodara::scalar lastOutput, bool force);
+    /// Forgets the outputs seen and the conductance in force.
+    void reset();
 
 private:
     std::unique_ptr<nodara::LookupTableFilter> lookup;

@@ -32,6 +32,11 @@ public:
     using nodara::PropertiesHandler::update;
     /// `input` is not used.
     void update(scalar input, scalar lastOutput) override;
+    /// The next sample computes its coefficients afresh.
+    void reset() override {
+        grid.reset();
+        dirty = true;
+    }
 
 private:
     GridLoad grid;

@@ -34,6 +34,11 @@ public:
     using nodara::PropertiesHandler::update;
     /// `input` is not used.
     void update(scalar input, scalar lastOutput) override;
+    /// The next sample computes its coefficients afresh.
+    void reset() override {
+        grid.reset();
+        dirty = true;
+    }
 
 private:
     void setWiper(double value);

@@ -4,9 +4,38 @@
 #include "plugin/FloatingPointMode.h"
 #include "runtime/Exceptions.h"
 
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 
 namespace torvane {
+
+namespace {
+
+/// Host audio beyond this is no signal: 60 dB above full scale, far past where the first stage
+/// clips. Samples outside it, and those that are not numbers, are replaced at the door.
+constexpr float loudestInput = 1000.0f;
+
+/// One comparison of the magnitude's bits per sample, which vectorises: NaN and infinity have
+/// larger bits than any finite limit.
+bool hasUnplayableSamples(const float* samples, size_t frames) {
+    constexpr auto limit = std::bit_cast<std::uint32_t>(loudestInput);
+    std::uint32_t largest = 0;
+    for (size_t i = 0; i < frames; ++i) {
+        largest = std::max(largest, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffu);
+    }
+    return largest > limit;
+}
+
+void copyPlayable(const float* from, float* to, size_t frames) {
+    for (size_t i = 0; i < frames; ++i) {
+        to[i] = std::isnan(from[i]) ? 0.0f : std::clamp(from[i], -loudestInput, loudestInput);
+    }
+}
+
+} // namespace
 
 TorvaneVST2Effect::TorvaneVST2Effect(vst2::AudioMasterCallback audioMaster,
                                      const std::shared_ptr<nodara::Driver>& driver)
@@ -97,6 +126,7 @@ void TorvaneVST2Effect::runBlock(float** inputs, float** outputs, vst2::VstInt32
     const bool mono = monoBus.load() || monoMode.load();
     driverInputs[0] = inputs[0];
     driverInputs[1] = inputs[1] != nullptr && inputs[1] != inputs[0] && !mono ? inputs[1] : inputs[0];
+    guardInputs(frames);
     driver->process(driverInputs, frames);
     if (frames <= 0) {
         return;
@@ -106,6 +136,25 @@ void TorvaneVST2Effect::runBlock(float** inputs, float** outputs, vst2::VstInt32
     std::memcpy(outputs[0], produced[0], bytes);
     if (outputs[1] != nullptr && outputs[1] != outputs[0]) {
         std::memcpy(outputs[1], mono ? outputs[0] : produced[1], bytes);
+    }
+}
+
+// A sample that is not a number, or is absurdly loud, would only break the model's state: the
+// block reads a cleaned copy instead. The host's buffers stay as they are.
+void TorvaneVST2Effect::guardInputs(vst2::VstInt32 frames) {
+    if (frames <= 0 || frames > largestBlock) {
+        return;
+    }
+    const auto count = static_cast<size_t>(frames);
+    const bool shared = driverInputs[1] == driverInputs[0];
+    for (size_t channel = 0; channel < (shared ? 1u : 2u); ++channel) {
+        if (hasUnplayableSamples(driverInputs[channel], count)) {
+            copyPlayable(driverInputs[channel], cleanInputs[channel].data(), count);
+            driverInputs[channel] = cleanInputs[channel].data();
+        }
+    }
+    if (shared) {
+        driverInputs[1] = driverInputs[0];
     }
 }
 

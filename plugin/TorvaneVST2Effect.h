@@ -3,6 +3,7 @@
 #include "plugin/AudioEffectX.h"
 #include "runtime/Driver.h"
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -55,6 +56,7 @@ private:
     void betweenBlocks(std::atomic<bool>& failed, Change change);
     bool validIndex(vst2::VstInt32 index) const;
     void runBlock(float** inputs, float** outputs, vst2::VstInt32 frames);
+    void guardInputs(vst2::VstInt32 frames);
 
     std::atomic<bool> changed{true};
     /// The host gave one input and one output.
@@ -68,6 +70,10 @@ private:
     std::shared_ptr<nodara::Driver> driver;
     nodara::Driver::ControlList controls;
     std::vector<nodara::scalar*> driverInputs{nullptr, nullptr};
+    /// Cleaned copies of the inputs, for blocks that hold unplayable samples; made once, so
+    /// that no block allocates and no change of block size races a block.
+    std::array<std::vector<float>, 2> cleanInputs{std::vector<float>(largestBlock),
+                                                  std::vector<float>(largestBlock)};
 };
 
 } // namespace torvane

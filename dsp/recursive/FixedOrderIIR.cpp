@@ -1,5 +1,7 @@
 #include "dsp/recursive/FixedOrderIIR.h"
 
+#include <cmath>
+
 namespace nodara {
 
 template <int N>
@@ -99,6 +101,7 @@ void FixedOrderIIR<N>::process(const std::vector<scalar*>& in, std::vector<scala
             propertiesHandler->update(this, input[frame], y[0]);
             output[frame] = step(input[frame]);
         }
+        clearIfNotFinite();
         return;
     }
     process(input, output, framesPerBuffer);
@@ -127,6 +130,7 @@ void FixedOrderIIR<N>::process(const scalar* in, scalar* out, size_t framesPerBu
     if (framesPerBuffer > head) {
         updateStateFromBlock(in, out, framesPerBuffer);
     }
+    clearIfNotFinite();
 }
 
 /// The state takes the last N samples of a block longer than N.
@@ -165,6 +169,7 @@ size_t FixedOrderIIR<N>::endIteration(size_t frame) {
     x[0] = currentInput;
     y[0] = (*iterationResult)[0];
     buffer[frame] = y[0];
+    clearIfNotFinite();
     return frame;
 }
 
@@ -172,8 +177,25 @@ template <int N>
 void FixedOrderIIR<N>::clearState() {
     x.fill(0.0f);
     y.fill(0.0f);
+    if (propertiesHandler) {
+        propertiesHandler->reset();
+    }
     currentInput = 0.0f;
     partialSum = 0.0f;
+}
+
+// A value that is not a number, or infinite, would stay in the recursion for ever and silence
+// everything after it: the state starts afresh once such a value has got in. One check per
+// block.
+template <int N>
+void FixedOrderIIR<N>::clearIfNotFinite() {
+    scalar sum = 0.0f;
+    for (int k = 0; k < N; ++k) {
+        sum += x[k] + y[k];
+    }
+    if (!std::isfinite(sum)) {
+        clearState();
+    }
 }
 
 template <int N>

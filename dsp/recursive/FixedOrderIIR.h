@@ -49,6 +49,8 @@ protected:
     /// Reads the document lists "A" and "B" and checks their lengths.
     void readCoefficients(const Properties& properties, bool singleValueA);
     void clearState();
+    /// Clears the state when a value in it is not finite.
+    void clearIfNotFinite();
 
     std::array<scalar, N> a{};
     std::array<scalar, N + 1> b{};

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace nodara {
 
@@ -171,6 +172,7 @@ void Iir::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
                   xHistory.begin() + static_cast<std::ptrdiff_t>(head + history), xHistory.begin());
         std::copy(yHistory.begin() + static_cast<std::ptrdiff_t>(head),
                   yHistory.begin() + static_cast<std::ptrdiff_t>(head + history), yHistory.begin());
+        clearIfNotFinite();
         return;
     }
     for (size_t i = head; i < framesPerBuffer; ++i) {
@@ -180,6 +182,22 @@ void Iir::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
     }
     std::copy_n(in + framesPerBuffer - history, history, xHistory.begin());
     std::copy_n(out + framesPerBuffer - history, history, yHistory.begin());
+    clearIfNotFinite();
+}
+
+// As in the fixed orders: a value that is not finite would stay in the recursion for ever.
+void Iir::clearIfNotFinite() {
+    if (xHistory.empty()) {
+        return;
+    }
+    const auto history = static_cast<std::ptrdiff_t>(taps - 1);
+    scalar sum = 0.0f;
+    for (auto* values : {&xHistory, &yHistory}) {
+        sum = std::accumulate(values->begin(), values->begin() + history, sum);
+    }
+    if (!std::isfinite(sum)) {
+        reset();
+    }
 }
 
 Filter::IterationResults& Iir::iteration(const IterationResults& in, size_t, int32) {
@@ -197,6 +215,7 @@ size_t Iir::endIteration(size_t frame) {
               xHistory.begin());
     std::copy(yHistory.begin() + 1, yHistory.begin() + static_cast<std::ptrdiff_t>(history + 1),
               yHistory.begin());
+    clearIfNotFinite();
     return frame;
 }
 

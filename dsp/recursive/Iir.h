@@ -50,6 +50,8 @@ public:
 
 private:
     void allocateHistories();
+    /// Clears the histories when a value in them is not finite.
+    void clearIfNotFinite();
     void checkCoefficientLengths() const;
     /// y at history position `at`, from the T inputs and T − 1 outputs before it.
     scalar historyOutput(size_t at) const;

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <thread>
 #include <xmmintrin.h>
 
@@ -184,6 +185,56 @@ TEST(PluginInterface, ImpossibleRatesAndBlocksAreRefusedUntilGoodOnesCome) {
         effect.call(vst2::effSetBlockSize, 0, 64);
         effect.call(vst2::effMainsChanged, 0, 1);
         EXPECT_GT(play(effect), 1e-4) << rate << " Hz, " << block << " frames";
+    }
+}
+
+/// An effect at 48 kHz in blocks of 256 playing a steady tone, its left output measured.
+class TonePlayer {
+public:
+    explicit TonePlayer(LoadedPlugin& plugin) : effect(plugin) { effect.start(48000.0f, 256); }
+
+    /// Plays `seconds` of the tone, with `bad` at the first sample when given; returns the
+    /// level (dBFS RMS) of the second half, or NaN if any output sample was not finite there.
+    double play(double seconds, std::optional<float> bad = {}) {
+        const size_t frames = static_cast<size_t>(seconds * 48000.0) / 256 * 256;
+        std::vector<float> out(frames), right(256);
+        for (size_t start = 0; start < frames; start += 256) {
+            auto block = sine(220.0, 48000.0, 256, 0.3);
+            if (bad && start == 0) {
+                block[0] = *bad;
+            }
+            effect.process(block.data(), block.data(), out.data() + start, right.data(), 256);
+        }
+        const std::vector<float> tail(out.begin() + long(frames / 2), out.end());
+        return allFinite(tail) ? 20.0 * std::log10(rms(tail, 0) + 1e-30) : NAN;
+    }
+
+    Effect effect;
+};
+
+// Within a second of a bad sample passing, or of a parameter coming back from a bad value,
+// the output is finite and at its level again: no value a host sends may silence it for good.
+TEST(PluginInterface, RecoversFromUnplayableInputAndParameterValues) {
+    LoadedPlugin plugin;
+    for (float cpu : {0.0f, 1.0f}) {
+        TonePlayer player(plugin);
+        player.effect.effect->setParameter(player.effect.effect, 5, cpu);
+        const double level = player.play(1.0);
+        ASSERT_TRUE(std::isfinite(level));
+        for (float bad : {NAN, INFINITY, -INFINITY, 1e30f}) {
+            player.play(0.02, bad);
+            EXPECT_NEAR(player.play(1.0), level, 10.0) << "CPU " << cpu << ", input " << bad;
+        }
+        for (int index = 0; index < 8; ++index) {
+            const float good = player.effect.effect->getParameter(player.effect.effect, index);
+            for (float bad : {NAN, -1.0f, 2.0f, 1e30f, -INFINITY}) {
+                player.effect.effect->setParameter(player.effect.effect, index, bad);
+                player.play(0.1);
+                player.effect.effect->setParameter(player.effect.effect, index, good);
+                EXPECT_NEAR(player.play(1.0), level, 10.0)
+                    << "CPU " << cpu << ", parameter " << index << " at " << bad;
+            }
+        }
     }
 }
 
