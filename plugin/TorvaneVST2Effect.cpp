@@ -58,8 +58,11 @@ void TorvaneVST2Effect::open() { changed = true; }
 
 void TorvaneVST2Effect::suspend() { driver->setSuspended(true); }
 
+// Hosts resume at every start of the transport: each start begins from a clean state, with
+// the networks at their operating point, so nothing thumps and nothing of before is heard.
 void TorvaneVST2Effect::resume() {
     if (!rateFailed && !blockSizeFailed) {
+        driver->settle();
         driver->setSuspended(false);
     }
     changed = true;

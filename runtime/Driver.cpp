@@ -283,12 +283,16 @@ std::shared_ptr<Graph>& Driver::getGraph(std::string name) {
     return found->second;
 }
 
-void Driver::setSuspended(bool value) {
+void Driver::acquireProcessing() {
     bool idle = false;
     while (!processing.compare_exchange_weak(idle, true, std::memory_order_acquire)) {
         idle = false;
         std::this_thread::yield();
     }
+}
+
+void Driver::setSuspended(bool value) {
+    acquireProcessing();
     suspended.store(value);
     processing.store(false, std::memory_order_release);
 }
@@ -386,18 +390,52 @@ scalar* Driver::sourceOf(int32 graph, int32 node, const std::vector<scalar*>& in
     return (*graphs)[static_cast<size_t>(graph)]->getOutput(node);
 }
 
+void Driver::gatherGraphInputs(size_t graph, const std::vector<scalar*>& inputs) {
+    std::fill(graphInputs.begin(), graphInputs.end(), nullptr);
+    if (const auto& sources = (*inputGraphs)[graph]) {
+        const auto& nodes = *(*inputNodes)[graph];
+        for (size_t j = 0; j < sources->size(); ++j) {
+            graphInputs[j] = sourceOf((*sources)[j], nodes[j], inputs);
+        }
+    }
+}
+
 void Driver::runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
     for (int32 g : order) {
         const auto index = static_cast<size_t>(g);
-        std::fill(graphInputs.begin(), graphInputs.end(), nullptr);
-        if (const auto& sources = (*inputGraphs)[index]) {
-            const auto& nodes = *(*inputNodes)[index];
-            for (size_t j = 0; j < sources->size(); ++j) {
-                graphInputs[j] = sourceOf((*sources)[j], nodes[j], inputs);
-            }
-        }
+        gatherGraphInputs(index, inputs);
         (*graphs)[index]->process(graphInputs,
                                   static_cast<size_t>(blockSizeFor(index, framesPerBuffer)));
+    }
+}
+
+// Every graph settles at the rate it has when all run, so that the off and bypassed ones
+// (a branch or a chain switched in later) start from their operating point as well.
+void Driver::settle() {
+    if (!initialized) {
+        return;
+    }
+    acquireProcessing();
+    ProcessingGuard guard(processing);
+    applyControls();
+    if (graphsChanged.load()) {
+        applyRateChange();
+    }
+    if (maxBlockSize < 1) {
+        return;
+    }
+    std::vector<scalar> silence(static_cast<size_t>(maxBlockSize), 0.0f);
+    const std::vector<scalar*> inputs(
+        static_cast<size_t>(std::max(getNumberOfSystemInputs(), 1)), silence.data());
+    for (int32 g : order) {
+        const auto index = static_cast<size_t>(g);
+        const double multiplier = nominalMultipliers[index] > 0.0 ? nominalMultipliers[index]
+                                                                  : multipliers[index];
+        const int32 frames = blockSizeAt(multiplier, maxBlockSize);
+        if (frames > 0) {
+            gatherGraphInputs(index, inputs);
+            (*graphs)[index]->settle(graphInputs, static_cast<size_t>(frames));
+        }
     }
 }
 

@@ -37,6 +37,12 @@ public:
     virtual std::shared_ptr<Graph>& getGraph(std::string name);
     /// Any thread; waits until a running block has ended.
     virtual void setSuspended(bool value);
+    /// Brings every graph, the off and bypassed ones too, to the state that silence at the
+    /// system inputs leaves in the long run: what a start should hear, with no thump of
+    /// networks charging from rest. Pending control values and rate changes are applied first,
+    /// so the first block does not redesign. Off the audio thread: waits for a running block,
+    /// and allocates. Needs a block size; does nothing before.
+    void settle();
     virtual bool isSuspended() const { return suspended.load(); }
     virtual bool isProcessing() const { return processing.load(); }
     virtual ControlList getControls() const { return controls; }
@@ -83,6 +89,9 @@ private:
     void applyControls();
     void applyRateChange();
     void runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
+    void gatherGraphInputs(size_t graph, const std::vector<scalar*>& inputs);
+    /// Waits until no block runs, and holds the processing flag.
+    void acquireProcessing();
     void publishOutputs(const std::vector<scalar*>& inputs);
     scalar* sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const;
 

@@ -24,6 +24,8 @@ void Graph::setNumberOfInputs(int32 count) {
     numberOfInputs = count;
 }
 
+void Graph::settle(const std::vector<scalar*>& inputs, size_t frames) { process(inputs, frames); }
+
 scalar* Graph::getResult(std::string) {
     throw NodaraException("Graph::getResult(std::string outputName) is not yet implemented.");
 }

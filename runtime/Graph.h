@@ -46,6 +46,13 @@ public:
                          size_t frames) = 0;
     /// Completes the graph once the parser has set it up.
     virtual void init() = 0;
+    /// Clears the state of everything in the graph.
+    virtual void reset() {}
+    /// Brings the graph to the state a long run of constant inputs leaves (each input's first
+    /// frame held), whether it is off or bypassed or not: a graph switched in later starts
+    /// settled too. Fills `outputs` with `frames` frames of the steady response. The base runs
+    /// one block. Off the audio thread.
+    virtual void settle(const std::vector<scalar*>& inputs, size_t frames);
     virtual void setOff(bool value, size_t index);
     virtual void setSuspended(bool value);
     virtual void setBypass(bool value, size_t index);

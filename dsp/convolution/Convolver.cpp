@@ -176,6 +176,13 @@ scalar* Convolver::getOutput(int32 index) {
     return outputBuffer.get();
 }
 
+void Convolver::settle(const std::vector<scalar*>& in, size_t frames) {
+    reset();
+    if (fft) {
+        process(in, frames);
+    }
+}
+
 void Convolver::reset() {
     if (window) {
         window->reset();

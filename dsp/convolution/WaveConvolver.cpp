@@ -243,4 +243,8 @@ std::vector<scalar*>& WaveConvolver::getOutputs() { return convolver.getOutputs(
 
 void WaveConvolver::reset() { convolver.reset(); }
 
+void WaveConvolver::settle(const std::vector<scalar*>& in, size_t frames) {
+    convolver.settle(in, frames);
+}
+
 } // namespace nodara

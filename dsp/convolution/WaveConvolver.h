@@ -57,6 +57,7 @@ public:
     scalar* getOutput(int32 index) override;
     std::vector<scalar*>& getOutputs() override;
     void reset() override;
+    void settle(const std::vector<scalar*>& in, size_t frames) override;
 
     const Convolver& getConvolver() const { return convolver; }
     int32 getSelected() const { return selected; }

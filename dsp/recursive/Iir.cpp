@@ -185,6 +185,22 @@ void Iir::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
     clearIfNotFinite();
 }
 
+void Iir::settle(const std::vector<scalar*>& in, size_t frames) {
+    reset();
+    if (xHistory.empty()) {
+        return;
+    }
+    const scalar input = in.empty() || in[0] == nullptr ? 0.0f : in[0][0];
+    const double gain = std::accumulate(reversedB.begin(), reversedB.end(), 0.0);
+    const double feedback = std::accumulate(reversedA.begin(), reversedA.end(), 1.0);
+    const double steady = static_cast<double>(input) * gain / feedback;
+    const scalar out = std::isfinite(steady) ? static_cast<scalar>(steady) : 0.0f;
+    const auto history = static_cast<std::ptrdiff_t>(taps - 1);
+    std::fill(xHistory.begin(), xHistory.begin() + history, input);
+    std::fill(yHistory.begin(), yHistory.begin() + history, out);
+    std::fill_n(buffer.get(), std::min(frames, static_cast<size_t>(maxBlockSize)), out);
+}
+
 // As in the fixed orders: a value that is not finite would stay in the recursion for ever.
 void Iir::clearIfNotFinite() {
     if (xHistory.empty()) {

@@ -1,5 +1,6 @@
 #include "support/Documents.h"
 #include "support/Recorder.h"
+#include "support/Signals.h"
 
 #include <gtest/gtest.h>
 
@@ -149,6 +150,23 @@ TEST(Driver, OutputDoesNotDependOnTheBlockSize) {
             EXPECT_EQ(runBlocks(*driverFor(document, int32(block)), {input}, block)[0], expected)
                 << "block " << block;
         }
+    }
+}
+
+// A stage whose output sits at 5 V for silence feeds a coupling high pass: from rest, the
+// first block would carry the whole step. Settling brings it to its operating point, also
+// while the graph is off, so that neither a start nor switching the graph in thumps.
+TEST(Driver, SettlingStartsEveryGraphAtItsOperatingPoint) {
+    const std::string elements =
+        element("LookupTableFilter", "T", "VinMin='-1' VinMax='1' DeltaV='1' Vout='5|5|5'",
+                "Graph") +
+        element("FirstOrderIIR", "H", "A='-0.999' B='1|-1'", "T");
+    for (const std::string off : {"0", "1"}) {
+        auto driver = driverFor(oneGraphSystem(elements, "H", "", controlOf(off, target("Off"))));
+        driver->settle();
+        (*driver->getControls())[0]->setValue(0.0f);
+        const auto out = runBlocks(*driver, {std::vector<scalar>(64)}, 64)[0];
+        EXPECT_LT(peak(out), 1e-6) << "off " << off;
     }
 }
 
