@@ -119,5 +119,5 @@ void BM_PlainFftwConvolution(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(BM_Convolver)->Arg(64)->Arg(256);
+BENCHMARK(BM_Convolver)->Arg(1)->Arg(64)->Arg(256);
 BENCHMARK(BM_PlainFftwConvolution)->Arg(64)->Arg(256);

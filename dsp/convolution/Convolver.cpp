@@ -92,14 +92,37 @@ void Convolver::setMaxBlockSize(int32 size) {
             rebuild();
         } else {
             // Until a response comes, a graph that bypasses this element still writes here.
-            outputBuffer = makeAlignedFloats(static_cast<size_t>(size));
-            outputs[0] = outputBuffer.get();
+            growOutput(static_cast<std::uint32_t>(size));
         }
     }
 }
 
-// Sizes the transforms for the present block size and response, then transforms the response.
+// Takes the path for the present block size, with the present response. The past input
+// carries over either way, so that the stream stays continuous.
 void Convolver::rebuild() {
+    if (maxBlockSize < smallBlocks) {
+        auto next = std::make_unique<PartitionedConvolution>(
+            std::span<const scalar>(response.data(), responseLength));
+        if (partitioned) {
+            std::vector<scalar> past(std::min(partitioned->remembered(), next->remembered()));
+            partitioned->copyRecent(past.data(), past.size());
+            next->prime(past.data(), past.size());
+        }
+        partitioned = std::move(next);
+        growOutput(static_cast<std::uint32_t>(maxBlockSize));
+        return;
+    }
+    rebuildTransforms();
+    if (partitioned) {
+        std::vector<scalar> past(std::min<size_t>(partitioned->remembered(), fftSize));
+        partitioned->copyRecent(past.data(), past.size());
+        window->push(past.data(), static_cast<std::uint32_t>(past.size()));
+        partitioned.reset();
+    }
+}
+
+// Sizes the transforms for the present block size and response, then transforms the response.
+void Convolver::rebuildTransforms() {
     const std::uint32_t size = fftSizeFor(static_cast<std::uint32_t>(maxBlockSize), responseLength);
     if (size != fftSize) {
         fft = RealFft::ofSize(size);
@@ -122,8 +145,17 @@ void Convolver::allocate(std::uint32_t size, std::uint32_t spectrumFloats) {
     spectrum = makeAlignedFloats(spectrumFloats);
     time = makeAlignedFloats(size);
     outputBuffer = makeAlignedFloats(size);
+    outputCapacity = size;
     outputs[0] = outputBuffer.get();
     allocatedSize = size;
+}
+
+void Convolver::growOutput(std::uint32_t size) {
+    if (size > outputCapacity) {
+        outputBuffer = makeAlignedFloats(size);
+        outputCapacity = size;
+        outputs[0] = outputBuffer.get();
+    }
 }
 
 void Convolver::transformResponse() {
@@ -134,6 +166,10 @@ void Convolver::transformResponse() {
 
 void Convolver::process(const std::vector<scalar*>& in, size_t framesPerBuffer) {
     if (framesPerBuffer == 0) {
+        return;
+    }
+    if (partitioned) {
+        partitioned->process(in[0], outputBuffer.get(), framesPerBuffer);
         return;
     }
     if (!fft) {
@@ -178,7 +214,7 @@ scalar* Convolver::getOutput(int32 index) {
 
 void Convolver::settle(const std::vector<scalar*>& in, size_t frames) {
     reset();
-    if (fft) {
+    if (fft || partitioned) {
         process(in, frames);
     }
 }
@@ -186,6 +222,9 @@ void Convolver::settle(const std::vector<scalar*>& in, size_t frames) {
 void Convolver::reset() {
     if (window) {
         window->reset();
+    }
+    if (partitioned) {
+        partitioned->reset();
     }
 }
 

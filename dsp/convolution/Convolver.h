@@ -2,6 +2,7 @@
 
 #include "kernels/AlignedFloats.h"
 #include "dsp/convolution/Buffer.h"
+#include "dsp/convolution/PartitionedConvolution.h"
 #include "dsp/convolution/RealFft.h"
 #include "runtime/Filter.h"
 
@@ -16,7 +17,9 @@ namespace nodara {
 /// Every block transforms the window of the last N inputs, multiplies its spectrum by that of
 /// the zero-padded response and transforms back; with N ≥ B + L − 1 the last n ≤ B outputs of
 /// the circular result have no wrap. Each block costs two transforms of size N whatever its
-/// length, and needs nothing from later blocks.
+/// length, and needs nothing from later blocks. Blocks that small would pay that price per
+/// frame: below `smallBlocks` frames the element convolves partition by partition instead
+/// (PartitionedConvolution), with the same result but for rounding.
 ///
 /// Properties: MaxIRSize (required, ≥ 1), the longest response used. The response comes as
 /// the vector property "ImpulseResponse".
@@ -28,6 +31,8 @@ public:
     /// The transform size for blocks of `blockSize` and a response of `responseLength`:
     /// 64·fit(ceil((B − 1 + L)/64)), fit being a greedy product of 2, 3 and 5.
     static std::uint32_t fftSizeFor(std::uint32_t blockSize, std::uint32_t responseLength);
+    /// A largest block below this takes the partitioned path.
+    static constexpr std::int32_t smallBlocks = 256;
 
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;
@@ -63,12 +68,15 @@ public:
     /// The response as delivered, possibly longer than the part in use.
     const std::vector<scalar>& getImpulseResponse() const { return response; }
     std::uint32_t getResponseLength() const { return responseLength; }
-    /// 0 until both a response and a block size are known.
+    /// 0 until both a response and a block size are known, and on the partitioned path.
     std::uint32_t getFftSize() const { return fftSize; }
 
 private:
     void rebuild();
+    void rebuildTransforms();
     void allocate(std::uint32_t size, std::uint32_t spectrumFloats);
+    /// An output buffer of at least `size` floats.
+    void growOutput(std::uint32_t size);
     void transformResponse();
 
     int32 maxIRSize = 0;
@@ -87,7 +95,10 @@ private:
     AlignedFloats time;
     std::unique_ptr<Buffer> window;
     AlignedFloats outputBuffer;
+    std::uint32_t outputCapacity = 0;
     std::vector<scalar*> outputs{nullptr};
+    /// Set while the largest block is below `smallBlocks`.
+    std::unique_ptr<PartitionedConvolution> partitioned;
 };
 
 } // namespace nodara
