@@ -302,6 +302,8 @@ void Driver::setSampleRate(scalar rate) {
         throw InvalidArgumentException(
             concat("Driver: sampleRate must be greater than zero. sampleRate=", rate));
     }
+    acquireProcessing();
+    ProcessingGuard guard(processing);
     sampleRate = rate;
     if (initialized) {
         applyRates();
@@ -313,6 +315,8 @@ void Driver::setMaxBlockSize(int32 size) {
         throw InvalidArgumentException(
             concat("Driver: maxBlockSize must be greater than zero. maxBlockSize=", size));
     }
+    acquireProcessing();
+    ProcessingGuard guard(processing);
     maxBlockSize = size;
     if (initialized) {
         applyBlockSizes();
@@ -323,21 +327,17 @@ void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) 
     if (!initialized) {
         throw NodaraException("Cannot process. Driver is not initialized.");
     }
+    // Another thread changes the rates, the buffers or the state, or another block runs: this
+    // block must touch nothing, not even the output pointers of the graphs.
+    if (processing.exchange(true, std::memory_order_acquire)) {
+        throw NodaraException("Driver: Cannot process. Another call is using the driver.");
+    }
+    ProcessingGuard guard(processing);
     if (suspended.load()) {
         throw NodaraException("Driver: Cannot process. Driver is in the suspend state.");
     }
     if (maxBlockSize < 0) {
         throw NodaraException("Driver: Cannot process. maxBlockSize is not set.");
-    }
-    if (processing.exchange(true, std::memory_order_acquire)) {
-        publishOutputs(inputs);
-        return;
-    }
-    ProcessingGuard guard(processing);
-    // A suspension that came between the check above and the flag: the block must not run
-    // while the caller changes rates or buffers.
-    if (suspended.load()) {
-        throw NodaraException("Driver: Cannot process. Driver is in the suspend state.");
     }
     applyControls();
     if (graphsChanged.load()) {

@@ -18,9 +18,10 @@ namespace nodara {
 /// order, each at its own rate (the product of the multipliers upstream), with control values
 /// carried to their targets at the head of each block.
 ///
-/// Threads: `process` on the audio thread. `setSuspended` from any thread; it waits for a
-/// running block. `setSampleRate` and `setMaxBlockSize` do not synchronise with `process`:
-/// call them while suspended. `setGraphsChanged` from an element during a block.
+/// Threads: `process` on the audio thread. `setSuspended`, `settle`, `setSampleRate` and
+/// `setMaxBlockSize` from any other thread: each waits for a running block and holds blocks
+/// off while it works (a block that comes meanwhile is refused). `setGraphsChanged` from an
+/// element during a block.
 class Driver : public std::enable_shared_from_this<Driver> {
 public:
     using GraphList = SystemLayout::GraphList;
@@ -30,7 +31,8 @@ public:
 
     virtual ~Driver() = default;
 
-    /// One block of `framesPerBuffer` frames at the system rate.
+    /// One block of `framesPerBuffer` frames at the system rate. Refused while suspended, and
+    /// while another thread changes the system.
     virtual void process(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
     /// The output pointers of the last block.
     virtual std::shared_ptr<std::vector<scalar*>>& getOutputs() { return outputs; }
@@ -52,10 +54,10 @@ public:
     /// Takes the system's graphs, wires and controls; orders the graphs, computes their rates
     /// and binds the controls. Documents are read into a layout by the description layer.
     void init(const SystemLayout& layout);
-    /// Not while processing; redesigns rate-dependent filters. Refuses a rate that is not a
-    /// finite number above 0.
+    /// Waits for a running block; redesigns rate-dependent filters. Refuses a rate that is not
+    /// a finite number above 0.
     void setSampleRate(scalar rate);
-    /// Not while processing; allocates. The largest block `process` will be given.
+    /// Waits for a running block; allocates. The largest block `process` will be given.
     void setMaxBlockSize(int32 size);
 
     scalar getSampleRate() const { return sampleRate; }
