@@ -238,6 +238,30 @@ TEST(PluginInterface, RecoversFromUnplayableInputAndParameterValues) {
     }
 }
 
+// Any rate the amplifier takes and any block size from 1 frame to 8192: a 1 kHz tone keeps its
+// level within 3 dB.
+TEST(PluginInterface, AToneKeepsItsLevelAtEveryRateAndBlockSize) {
+    LoadedPlugin plugin;
+    const auto level = [&](float rate, int block) {
+        Effect effect(plugin);
+        effect.start(rate, block);
+        const auto frames = static_cast<size_t>(rate * 0.25f) / 8192 * 8192 + 8192;
+        auto input = sine(1000.0, rate, frames, 0.05);
+        std::vector<float> left(frames), right(frames);
+        for (size_t start = 0; start < frames; start += static_cast<size_t>(block)) {
+            effect.process(input.data() + start, input.data() + start, left.data() + start,
+                           right.data() + start, block);
+        }
+        return 20.0 * std::log10(amplitudeAt(left, 1000.0, rate, frames / 2));
+    };
+    const double reference = level(48000.0f, 256);
+    for (float rate : {20500.0f, 22050.0f, 44100.0f, 96000.0f, 192000.0f, 768000.0f}) {
+        for (int block : {1, 8192}) {
+            EXPECT_NEAR(level(rate, block), reference, 3.0) << rate << " Hz, blocks of " << block;
+        }
+    }
+}
+
 // Hosts resume at every start of the transport. With silence in, nothing may be heard: not
 // at the start, not when either branch is switched in, not after a second start.
 TEST(PluginInterface, SilenceInIsSilenceOutFromTheFirstSample) {
@@ -298,23 +322,31 @@ TEST(PluginInterface, NoHostNoEffect) {
     EXPECT_EQ(plugin.entry(nullptr), nullptr);
 }
 
-// A host thread writes parameters and another changes the rate and block size; each change
-// waits for the running block.
+// The audio runs while one host thread writes parameters (bad values too) and reads them and
+// their names, and another changes the rate and the block size, refuses some, and suspends and
+// resumes: every change waits for the running block, and blocks that come meanwhile are
+// silence. Both threads fail at times, and report it, at once. Run under ThreadSanitizer by
+// `make tsan`.
 TEST(PluginInterface, HostThreadsMayChangeParametersAndRatesWhileAudioRuns) {
     LoadedPlugin plugin;
     Effect effect(plugin);
     effect.start(48000.0f, 512);
     std::atomic<bool> running{true};
     std::thread writer([&] {
+        char name[16];
         for (int i = 0; running; ++i) {
-            effect.effect->setParameter(effect.effect, i % 8, static_cast<float>(i % 3) * 0.5f);
+            const float value = i % 7 == 6 ? NAN : static_cast<float>(i % 3) * 0.5f;
+            effect.effect->setParameter(effect.effect, i % 8, value);
             effect.effect->getParameter(effect.effect, (i + 3) % 8);
+            effect.call(vst2::effGetParamName, i % 8, 0, name);
         }
     });
     std::thread dispatcher([&] {
         for (int i = 0; running; ++i) {
-            effect.call(vst2::effSetSampleRate, 0, 0, nullptr, i % 2 ? 44100.0f : 96000.0f);
+            const float rate = i % 5 == 4 ? 8000.0f : (i % 2 ? 44100.0f : 96000.0f);
+            effect.call(vst2::effSetSampleRate, 0, 0, nullptr, rate);
             effect.call(vst2::effSetBlockSize, 0, 256 + 256 * (i % 3));
+            effect.call(vst2::effMainsChanged, 0, i % 4 == 3 ? 0 : 1);
         }
     });
     const auto input = guitarLike(256, 48000);
@@ -326,6 +358,10 @@ TEST(PluginInterface, HostThreadsMayChangeParametersAndRatesWhileAudioRuns) {
     running = false;
     writer.join();
     dispatcher.join();
+    effect.call(vst2::effSetSampleRate, 0, 0, nullptr, 48000.0f);
+    effect.call(vst2::effMainsChanged, 0, 1);
+    effect.process(const_cast<float*>(input.data()), nullptr, left.data(), right.data(), 256);
+    EXPECT_TRUE(allFinite(left)) << "the last good rate brings the sound back";
 }
 
 std::unique_ptr<torvane::TorvaneVST2Effect> newEffect() {
