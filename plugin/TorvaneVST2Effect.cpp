@@ -130,15 +130,14 @@ void TorvaneVST2Effect::runBlock(float** inputs, float** outputs, vst2::VstInt32
     driverInputs[0] = inputs[0];
     driverInputs[1] = inputs[1] != nullptr && inputs[1] != inputs[0] && !mono ? inputs[1] : inputs[0];
     guardInputs(frames);
-    driver->process(driverInputs, frames);
-    if (frames <= 0) {
-        return;
-    }
-    const auto bytes = static_cast<size_t>(frames) * sizeof(float);
-    const auto& produced = *driver->getOutputs();
-    std::memcpy(outputs[0], produced[0], bytes);
-    if (outputs[1] != nullptr && outputs[1] != outputs[0]) {
-        std::memcpy(outputs[1], mono ? outputs[0] : produced[1], bytes);
+    // The driver copies while it holds the block: a rate change on another thread may replace
+    // its buffers as soon as it lets go.
+    const bool second = outputs[1] != nullptr && outputs[1] != outputs[0];
+    driverOutputs[0] = outputs[0];
+    driverOutputs[1] = second && !mono ? outputs[1] : nullptr;
+    driver->process(driverInputs, frames, driverOutputs);
+    if (frames > 0 && second && mono) {
+        std::memcpy(outputs[1], outputs[0], static_cast<size_t>(frames) * sizeof(float));
     }
 }
 

@@ -70,6 +70,8 @@ private:
     std::shared_ptr<nodara::Driver> driver;
     nodara::Driver::ControlList controls;
     std::vector<nodara::scalar*> driverInputs{nullptr, nullptr};
+    /// Where the driver copies its two outputs; null for one it need not copy.
+    std::vector<nodara::scalar*> driverOutputs{nullptr, nullptr};
     /// Cleaned copies of the inputs, for blocks that hold unplayable samples; made once, so
     /// that no block allocates and no change of block size races a block.
     std::array<std::vector<float>, 2> cleanInputs{std::vector<float>(largestBlock),

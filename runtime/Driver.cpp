@@ -9,6 +9,7 @@
 #include <boost/graph/topological_sort.hpp>
 
 #include <cmath>
+#include <cstring>
 #include <iterator>
 #include <list>
 #include <set>
@@ -324,6 +325,11 @@ void Driver::setMaxBlockSize(int32 size) {
 }
 
 void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
+    process(inputs, framesPerBuffer, {});
+}
+
+void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer,
+                     const std::vector<scalar*>& destinations) {
     if (!initialized) {
         throw NodaraException("Cannot process. Driver is not initialized.");
     }
@@ -345,6 +351,21 @@ void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) 
     }
     runGraphs(inputs, framesPerBuffer);
     publishOutputs(inputs);
+    copyOutputs(destinations, framesPerBuffer);
+}
+
+// An output may be the caller's input buffer, which may be the destination too.
+void Driver::copyOutputs(const std::vector<scalar*>& destinations, int32 frames) const {
+    if (frames <= 0) {
+        return;
+    }
+    const size_t count = std::min(destinations.size(), outputs->size());
+    for (size_t i = 0; i < count; ++i) {
+        if (destinations[i] != nullptr) {
+            std::memmove(destinations[i], (*outputs)[i],
+                         static_cast<size_t>(frames) * sizeof(scalar));
+        }
+    }
 }
 
 void Driver::applyControls() {

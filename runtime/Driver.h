@@ -34,6 +34,10 @@ public:
     /// One block of `framesPerBuffer` frames at the system rate. Refused while suspended, and
     /// while another thread changes the system.
     virtual void process(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
+    /// The same, then copies system output i into `destinations[i]` (where not null) before
+    /// the block lets go of the driver: another thread may replace the buffers right after.
+    void process(const std::vector<scalar*>& inputs, int32 framesPerBuffer,
+                 const std::vector<scalar*>& destinations);
     /// The output pointers of the last block.
     virtual std::shared_ptr<std::vector<scalar*>>& getOutputs() { return outputs; }
     virtual std::shared_ptr<Graph>& getGraph(std::string name);
@@ -95,6 +99,7 @@ private:
     /// Waits until no block runs, and holds the processing flag.
     void acquireProcessing();
     void publishOutputs(const std::vector<scalar*>& inputs);
+    void copyOutputs(const std::vector<scalar*>& destinations, int32 frames) const;
     scalar* sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const;
 
     std::unordered_map<std::string, std::shared_ptr<Graph>> graphsByName;

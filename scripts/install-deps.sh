@@ -13,6 +13,8 @@ packages=(
   libsoxr-dev
   libsndfile1-dev
   libcairo2-dev libx11-dev
+  # make fuzz: clang and its libFuzzer and sanitizer runtimes
+  clang libclang-rt-14-dev
 )
 
 missing=()

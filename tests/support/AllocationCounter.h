@@ -27,4 +27,7 @@ CallCounts callsOf(const std::function<void()>& action);
 /// Heap allocations `action` makes on the calling thread.
 long allocationsOf(const std::function<void()>& action);
 
+/// False in a sanitizer's build, which counts nothing: the counting tests skip there.
+bool callsAreCounted();
+
 } // namespace nodara::testing
