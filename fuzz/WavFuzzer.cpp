@@ -25,7 +25,8 @@ void convolve(const std::string& path) {
     cabinet.setMaxBlockSize(64);
     cabinet.setSampleRate(48000.0f);
     std::vector<float> signal(64, 0.25f);
-    cabinet.process({signal.data()}, 64);
+    const std::vector<float*> inputs{signal.data()};
+    cabinet.process(inputs, 64);
 }
 
 } // namespace
