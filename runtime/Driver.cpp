@@ -345,6 +345,10 @@ void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer,
     if (maxBlockSize < 0) {
         throw NodaraException("Driver: Cannot process. maxBlockSize is not set.");
     }
+    if (framesPerBuffer < 0 || framesPerBuffer > maxBlockSize) {
+        throw NodaraException(concat("Driver: Cannot process a block of ", framesPerBuffer,
+                                     " frames. maxBlockSize=", maxBlockSize));
+    }
     applyControls();
     if (graphsChanged.load()) {
         applyRateChange();

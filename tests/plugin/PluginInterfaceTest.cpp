@@ -316,6 +316,33 @@ TEST(PluginInterface, EveryEntryPointGivesTheHostItsFloatingPointModeBack) {
     }
 }
 
+// Hosts get the order and the arguments wrong: nothing of it may crash, a good block plays
+// afterwards, and the effect still suspends and closes.
+TEST(PluginInterface, AbuseOfTheCallsIsSurvived) {
+    LoadedPlugin plugin;
+    Effect effect(plugin);
+    vst2::AEffect* record = effect.effect;
+    std::vector<float> in(64, 0.1f), left(64), right(64);
+    float* inputs[] = {in.data(), in.data()};
+    float* outputs[] = {left.data(), right.data()};
+    record->processReplacing(record, inputs, outputs, 64);
+    effect.start(48000.0f, 64);
+    for (int frames : {-5, 0, 65}) {
+        record->processReplacing(record, inputs, outputs, frames);
+    }
+    record->processReplacing(record, nullptr, outputs, 64);
+    record->processReplacing(record, inputs, nullptr, 64);
+    record->processReplacing(nullptr, inputs, outputs, 64);
+    record->setParameter(nullptr, 0, 1.0f);
+    EXPECT_EQ(record->getParameter(nullptr, 0), 0.0f);
+    EXPECT_EQ(record->dispatcher(nullptr, vst2::effOpen, 0, 0, nullptr, 0.0f), 0);
+    record->dispatcher(record, vst2::effGetParamName, 0, 0, nullptr, 0.0f);
+    record->dispatcher(record, vst2::effSetSpeakerArrangement, 0, 0, nullptr, 0.0f);
+    record->processReplacing(record, inputs, outputs, 64);
+    EXPECT_TRUE(allFinite(left));
+    EXPECT_EQ(effect.call(vst2::effMainsChanged, 0, 0), 0);
+}
+
 TEST(PluginInterface, NoHostNoEffect) {
     LoadedPlugin plugin;
     EXPECT_EQ(plugin.entry(absentHost), nullptr);

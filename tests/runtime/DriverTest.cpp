@@ -87,6 +87,10 @@ TEST(Driver, RefusesBlocksItCannotRun) {
               "Driver: Cannot process. Driver is in the suspend state.");
     unset->setSuspended(false);
     EXPECT_NO_THROW(unset->process({input.data()}, 4));
+    for (int32 frames : {-1, 5}) {
+        EXPECT_EQ(messageOf([&] { unset->process({input.data()}, frames); }),
+                  concat("Driver: Cannot process a block of ", frames, " frames. maxBlockSize=4"));
+    }
     EXPECT_EQ(messageOf([&] { unset->process({}, 4); }),
               "Driver: the system reads input 0 but 0 input(s) were given.");
     EXPECT_EQ(messageOf([&] { unset->getGraph("H"); }), "H is not a valid graph name.");
