@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 VST_PATH ?= $(HOME)/.vst
 
-.PHONY: all deps configure build test bench demo tables art install clean
+.PHONY: all deps configure build test bench demo tables art install clean fuzz tsan
 
 all: build
 
@@ -45,5 +45,28 @@ art: configure
 	cmake --build $(BUILD_DIR) --target panelart -j$(JOBS)
 	$(BUILD_DIR)/generators/panelart $(ART_DIR)
 
+# Sanitizer builds, each in a folder of its own and of only the targets it needs.
+# `make fuzz`: the document and WAV fuzz targets (clang's libFuzzer, with the address and
+# undefined-behaviour sanitizers), each run for FUZZ_SECONDS from seeds made of examples/.
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+SANITIZER_FLAGS = -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+
+fuzz: deps
+	cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	  -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS="$(SANITIZER_FLAGS)" -DTORVANE_FUZZ=ON
+	cmake --build $(FUZZ_DIR) -j$(JOBS) --target DocumentFuzzer WavFuzzer
+	./scripts/fuzz.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
+
+# `make tsan`: the plug-in and its tests under ThreadSanitizer; runs the tests in which host
+# threads write parameters, read names, change rates and fail while the audio runs.
+TSAN_DIR ?= build-tsan
+
+tsan: deps
+	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS=-fsanitize=thread
+	cmake --build $(TSAN_DIR) -j$(JOBS) --target plugin_tests
+	TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" \
+	  $(TSAN_DIR)/tests/plugin_tests --gtest_filter='*Threads*' --gtest_repeat=5
+
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(FUZZ_DIR) $(TSAN_DIR)

@@ -16,6 +16,7 @@
 #include "runtime/Context.h"
 #include "runtime/Exceptions.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <sstream>
@@ -100,7 +101,21 @@ void setupImpulseResponses(Driver& driver) {
 
 using Map = std::function<nodara::scalar(nodara::scalar)>;
 
-std::vector<Map> sameForAll(size_t targets, Map map) { return std::vector<Map>(targets, map); }
+/// A host may send anything: a knob stands between 0 and 1, and a value that is not a number
+/// leaves it at 0, so no map ever hands the model a value it was not built for.
+nodara::scalar knob(nodara::scalar value) {
+    return std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f);
+}
+
+std::vector<Map> sameForAll(size_t targets, Map map) {
+    return std::vector<Map>(targets, [map](nodara::scalar v) { return map(knob(v)); });
+}
+
+/// 2, 4 or 8: 2 to the power 2v + 1 at the nearest of the positions 0, 0.5 and 1, so that every
+/// position between them gives a factor the oversampling stages run at.
+nodara::scalar oversamplingFactor(nodara::scalar v) {
+    return v < 0.25f ? 2.0f : (v < 0.75f ? 4.0f : 8.0f);
+}
 
 /// The maps of one control, target by target; a single map serves every target.
 std::vector<Map> mapsFor(const std::string& control, size_t targets) {
@@ -115,7 +130,7 @@ std::vector<Map> mapsFor(const std::string& control, size_t targets) {
         return sameForAll(targets, [](scalar v) { return 0.002f * v; });
     }
     if (control == "Oversampling") {
-        return sameForAll(targets, [](scalar v) { return static_cast<scalar>(std::pow(2.0, 2.0 * v + 1.0)); });
+        return sameForAll(targets, oversamplingFactor);
     }
     if (control == "Cabinet" || control == "Stereo") {
         return sameForAll(targets, [](scalar v) { return 1.0f - v; });
@@ -125,10 +140,10 @@ std::vector<Map> mapsFor(const std::string& control, size_t targets) {
     }
     if (control == "CPU") {
         // Targets 2 and 5 are Off of the full-quality graphs: on when the CPU switch is up.
-        std::vector<Map> maps(targets, [](scalar v) { return v; });
+        std::vector<Map> maps(targets, [](scalar v) { return knob(v); });
         for (size_t target : {size_t{2}, size_t{5}}) {
             if (target < targets) {
-                maps[target] = [](scalar v) { return 1.0f - v; };
+                maps[target] = [](scalar v) { return 1.0f - knob(v); };
             }
         }
         return maps;
@@ -162,6 +177,16 @@ void installValueMaps(const Driver::ControlList& controls) {
             control->setMap(targets[i], maps[i]);
         }
     }
+}
+
+std::string amplifierRateProblem(double rate) {
+    if (rate > lowestAmplifierRate && rate <= highestAmplifierRate) {
+        return {};
+    }
+    std::ostringstream message;
+    message << "the amplifier runs at sample rates above " << lowestAmplifierRate
+            << " Hz and up to " << highestAmplifierRate << " Hz, not " << rate << " Hz";
+    return message.str();
 }
 
 std::shared_ptr<Driver> makeAmplifier() {

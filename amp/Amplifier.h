@@ -3,6 +3,7 @@
 #include "runtime/Driver.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace torvane {
@@ -22,6 +23,14 @@ void setUpAmplifier(nodara::Driver& driver);
 /// The value maps of the amplifier's eight controls, installed by control name; every other
 /// control keeps the identity. Each map also sets its target's pending value.
 void installValueMaps(const nodara::Driver::ControlList& controls);
+
+/// The sample rates the amplifier runs at: above the lowest, where its oversampling filters
+/// can no longer be designed and it would be silent, and up to the highest, beyond which the
+/// cabinet response alone would take gigabytes.
+inline constexpr double lowestAmplifierRate = 20000.0;
+inline constexpr double highestAmplifierRate = 768000.0;
+/// Why the amplifier cannot run at `rate` (hertz), or empty when it can.
+std::string amplifierRateProblem(double rate);
 
 /// The three steps above: a complete amplifier, ready for a sample rate and a block size.
 std::shared_ptr<nodara::Driver> makeAmplifier();

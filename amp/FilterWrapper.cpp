@@ -108,4 +108,8 @@ std::shared_ptr<ElementMeta> FilterWrapper::getMeta() { return nodara::BasicFilt
 
 void FilterWrapper::reset() { inner().reset(); }
 
+void FilterWrapper::settle(const std::vector<scalar*>& in, size_t frames) {
+    inner().settle(in, frames);
+}
+
 } // namespace torvane

@@ -43,6 +43,7 @@ public:
     std::vector<scalar*>& getOutputs() override;
     std::shared_ptr<ElementMeta> getMeta() override;
     void reset() override;
+    void settle(const std::vector<scalar*>& in, size_t frames) override;
     /// Must come before the graph's first block size reaches the wrapper.
     void setCalculator(const std::shared_ptr<WrappedFilterPropertyCalculator>& calculator);
 

@@ -17,4 +17,10 @@ GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const 
     lookup->propertyChanged("Vout", conductance);
 }
 
+void GridLoad::reset() {
+    y1 = 0.0f;
+    y2 = 0.0f;
+    lastG = 0.0;
+}
+
 } // namespace torvane

@@ -32,6 +32,8 @@ public:
         conductance = g;
         return true;
     }
+    /// Forgets the outputs seen and the conductance in force.
+    void reset();
 
 private:
     std::unique_ptr<nodara::LookupTableFilter> lookup;

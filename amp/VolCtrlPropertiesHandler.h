@@ -33,6 +33,11 @@ public:
     /// `input` is not used.
     void update(Filter*, scalar input, scalar lastOutput) override { update(input, lastOutput); }
     void update(scalar input, scalar lastOutput) override;
+    /// The next sample computes its coefficients afresh.
+    void reset() override {
+        grid.reset();
+        dirty = true;
+    }
 
 private:
     void setWiper(double value);

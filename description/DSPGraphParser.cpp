@@ -4,6 +4,7 @@
 #include "description/NewParser.h"
 #include "runtime/ChainedFilter.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -135,6 +136,8 @@ std::unique_ptr<Filter> DSPGraphParser::makeFilter(const pugi::xml_node& element
         properties = attributesOf(propertiesNode.node());
     }
     filter->init(elementName, properties, context);
+    limits::requireAtMost("Element " + elementName, "NumberOfInputs",
+                          filter->getMeta()->getNumberOfInputs(), limits::inputs);
     if (auto* chained = dynamic_cast<ChainedFilter*>(filter.get())) {
         readChains(*chained, element, context, graphName);
     }

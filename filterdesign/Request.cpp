@@ -1,6 +1,7 @@
 #include "filterdesign/Request.h"
 
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <bit>
 #include <utility>
@@ -10,8 +11,6 @@ namespace nodara::filterdesign {
 namespace {
 
 using namespace requestbits;
-
-constexpr int32 maxOrder = 10;
 
 /// Options that may stand beside the resonator, and beside the proportional integrator.
 constexpr unsigned resonatorCompanions = bandPass | bandStop | allPass | cornerGiven;
@@ -69,7 +68,7 @@ void validateOrder(const Request& request) {
     if (!(request.options & orderGiven)) {
         fail("missing filter order");
     }
-    if (request.order < 1 || request.order > maxOrder) {
+    if (request.order < 1 || request.order > limits::designedOrder) {
         fail("filter order out of range");
     }
 }

@@ -1,20 +1,25 @@
 #include "plugin/AudioEffect.h"
 
+#include "plugin/FloatingPointMode.h"
+
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <functional>
 
 namespace torvane {
 
 namespace {
 
-/// What a failing call answers, and the name its report carries.
+/// What a failing call answers, and the name its report carries. Every call runs flushed and
+/// gives the host its floating-point mode back.
 template <class Result, class Call>
 Result guarded(vst2::AEffect* record, const char* where, Result onFailure, Call call) {
     AudioEffect* effect = AudioEffect::owning(record);
     if (effect == nullptr) {
         return onFailure;
     }
+    FlushDenormals mode;
     try {
         return call(*effect);
     } catch (const std::exception& error) {
@@ -144,11 +149,13 @@ void AudioEffect::endEdit(vst2::VstInt32 index) {
     }
 }
 
+// Both host threads may fail at once: the last report is a hash swapped atomically, so the
+// check needs no lock and no copy of the text.
 void AudioEffect::reportFailure(const char* where, const std::string& message) {
-    if (message == lastFailure) {
+    const std::size_t hash = std::hash<std::string>{}(message);
+    if (lastFailure.exchange(hash) == hash) {
         return;
     }
-    lastFailure = message;
     std::fprintf(stderr, "Torvane: %s failed: %s\n", where, message.c_str());
 }
 

@@ -2,6 +2,7 @@
 
 #include "plugin/Vst2Abi.h"
 
+#include <atomic>
 #include <cstddef>
 #include <string>
 
@@ -65,7 +66,8 @@ public:
     virtual void closeEditor() {}
     virtual void idleEditor() {}
 
-    /// Reports `message` on stderr unless it was the last one reported by this effect.
+    /// Reports `message` on stderr unless it was the last one reported by this effect. Any
+    /// thread.
     void reportFailure(const char* where, const std::string& message);
 
 protected:
@@ -84,7 +86,8 @@ protected:
 
 private:
     vst2::AEffect effect{};
-    std::string lastFailure;
+    /// Hash of the last message reported.
+    std::atomic<std::size_t> lastFailure{0};
 };
 
 /// Copies `text` into a host buffer of `size` bytes, always terminated.

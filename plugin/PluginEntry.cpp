@@ -2,6 +2,7 @@
 
 #include "amp/AmplifierDocument.h"
 #include "amp/Amplifier.h"
+#include "plugin/FloatingPointMode.h"
 #include "plugin/TorvaneVST2Effect.h"
 #include "runtime/Exceptions.h"
 
@@ -9,18 +10,8 @@
 #include <exception>
 #include <mutex>
 #include <string>
-#include <xmmintrin.h>
 
 namespace torvane {
-
-namespace {
-
-void setDenormalFlushing() {
-    _mm_setcsr(_mm_getcsr() | 0x8000);
-    _mm_setcsr(_mm_getcsr() | 0x0040);
-}
-
-} // namespace
 
 void reportStartUpFailure(const std::string& message) {
     static std::mutex guard;
@@ -33,7 +24,8 @@ void reportStartUpFailure(const std::string& message) {
 }
 
 AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster, std::string_view document) {
-    setDenormalFlushing();
+    // Building the filters and tables runs flushed, as the blocks do.
+    FlushDenormals guard;
     try {
         return new TorvaneVST2Effect(audioMaster, makeProductDriver(document));
     } catch (const nodara::NodaraException& error) {

@@ -7,8 +7,8 @@
 
 namespace torvane {
 
-/// Sets flush-to-zero and denormals-are-zero on the calling thread, parses the amplifier
-/// document into a driver and builds the effect around it. A document fault leaves as a plain
+/// Parses the amplifier document into a driver and builds the effect around it, with
+/// flush-to-zero and denormals-are-zero set meanwhile; the caller's mode comes back. A document fault leaves as a plain
 /// NodaraException; the exported entry point turns it into a null effect.
 AudioEffect* createEffectInstance(vst2::AudioMasterCallback audioMaster);
 /// The same with another document, so that start-up faults can be tried.

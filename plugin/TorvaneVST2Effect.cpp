@@ -1,30 +1,39 @@
 #include "plugin/TorvaneVST2Effect.h"
 
 #include "amp/Amplifier.h"
+#include "plugin/FloatingPointMode.h"
 #include "runtime/Exceptions.h"
 
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
-#include <xmmintrin.h>
 
 namespace torvane {
 
 namespace {
 
-constexpr unsigned flushToZero = 0x8000;
-constexpr unsigned denormalsAreZero = 0x0040;
+/// Host audio beyond this is no signal: 60 dB above full scale, far past where the first stage
+/// clips. Samples outside it, and those that are not numbers, are replaced at the door.
+constexpr float loudestInput = 1000.0f;
 
-/// Denormals cost hundreds of cycles in the recursive filters' tails: flush them for the block
-/// and give the host its own settings back afterwards.
-class DenormalGuard {
-public:
-    DenormalGuard() : saved(_mm_getcsr()) { _mm_setcsr(saved | flushToZero | denormalsAreZero); }
-    ~DenormalGuard() { _mm_setcsr(saved); }
-    DenormalGuard(const DenormalGuard&) = delete;
-    DenormalGuard& operator=(const DenormalGuard&) = delete;
+/// One comparison of the magnitude's bits per sample, which vectorises: NaN and infinity have
+/// larger bits than any finite limit.
+bool hasUnplayableSamples(const float* samples, size_t frames) {
+    constexpr auto limit = std::bit_cast<std::uint32_t>(loudestInput);
+    std::uint32_t largest = 0;
+    for (size_t i = 0; i < frames; ++i) {
+        largest = std::max(largest, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffu);
+    }
+    return largest > limit;
+}
 
-private:
-    unsigned saved;
-};
+void copyPlayable(const float* from, float* to, size_t frames) {
+    for (size_t i = 0; i < frames; ++i) {
+        to[i] = std::isnan(from[i]) ? 0.0f : std::clamp(from[i], -loudestInput, loudestInput);
+    }
+}
 
 } // namespace
 
@@ -72,8 +81,11 @@ void TorvaneVST2Effect::open() { changed = true; }
 
 void TorvaneVST2Effect::suspend() { driver->setSuspended(true); }
 
+// Hosts resume at every start of the transport: each start begins from a clean state, with
+// the networks at their operating point, so nothing thumps and nothing of before is heard.
 void TorvaneVST2Effect::resume() {
     if (!rateFailed && !blockSizeFailed) {
+        driver->settle();
         driver->setSuspended(false);
     }
     changed = true;
@@ -97,19 +109,32 @@ void TorvaneVST2Effect::betweenBlocks(std::atomic<bool>& failed, Change change) 
     driver->setSuspended(wasSuspended || rateFailed || blockSizeFailed);
 }
 
+// Impossible settings are refused at the door, before any graph changes; the effect then stays
+// silent until a good one comes.
 void TorvaneVST2Effect::setSampleRate(float rate) {
     AudioEffectX::setSampleRate(rate);
-    betweenBlocks(rateFailed, [&] { driver->setSampleRate(rate); });
+    betweenBlocks(rateFailed, [&] {
+        if (const std::string problem = amplifierRateProblem(rate); !problem.empty()) {
+            throw nodara::InvalidArgumentException("TorvaneVST2Effect: " + problem);
+        }
+        driver->setSampleRate(rate);
+    });
     changed = true;
 }
 
 void TorvaneVST2Effect::setBlockSize(vst2::VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
-    betweenBlocks(blockSizeFailed, [&] { driver->setMaxBlockSize(frames); });
+    betweenBlocks(blockSizeFailed, [&] {
+        if (frames < 1 || frames > largestBlock) {
+            throw nodara::InvalidArgumentException(nodara::concat(
+                "TorvaneVST2Effect: blocks go from 1 to ", largestBlock, " frames, not ", frames));
+        }
+        driver->setMaxBlockSize(frames);
+    });
 }
 
 void TorvaneVST2Effect::processReplacing(float** inputs, float** outputs, vst2::VstInt32 frames) {
-    DenormalGuard guard;
+    FlushDenormals guard;
     try {
         runBlock(inputs, outputs, frames);
     } catch (const nodara::NodaraException& error) {
@@ -127,15 +152,34 @@ void TorvaneVST2Effect::runBlock(float** inputs, float** outputs, vst2::VstInt32
     const bool mono = monoBus.load() || monoMode.load();
     driverInputs[0] = inputs[0];
     driverInputs[1] = inputs[1] != nullptr && inputs[1] != inputs[0] && !mono ? inputs[1] : inputs[0];
-    driver->process(driverInputs, frames);
-    if (frames <= 0) {
+    guardInputs(frames);
+    // The driver copies while it holds the block: a rate change on another thread may replace
+    // its buffers as soon as it lets go.
+    const bool second = outputs[1] != nullptr && outputs[1] != outputs[0];
+    driverOutputs[0] = outputs[0];
+    driverOutputs[1] = second && !mono ? outputs[1] : nullptr;
+    driver->process(driverInputs, frames, driverOutputs);
+    if (frames > 0 && second && mono) {
+        std::memcpy(outputs[1], outputs[0], static_cast<size_t>(frames) * sizeof(float));
+    }
+}
+
+// A sample that is not a number, or is absurdly loud, would only break the model's state: the
+// block reads a cleaned copy instead. The host's buffers stay as they are.
+void TorvaneVST2Effect::guardInputs(vst2::VstInt32 frames) {
+    if (frames <= 0 || frames > largestBlock) {
         return;
     }
-    const auto bytes = static_cast<size_t>(frames) * sizeof(float);
-    const auto& produced = *driver->getOutputs();
-    std::memcpy(outputs[0], produced[0], bytes);
-    if (outputs[1] != nullptr && outputs[1] != outputs[0]) {
-        std::memcpy(outputs[1], mono ? outputs[0] : produced[1], bytes);
+    const auto count = static_cast<size_t>(frames);
+    const bool shared = driverInputs[1] == driverInputs[0];
+    for (size_t channel = 0; channel < (shared ? 1u : 2u); ++channel) {
+        if (hasUnplayableSamples(driverInputs[channel], count)) {
+            copyPlayable(driverInputs[channel], cleanInputs[channel].data(), count);
+            driverInputs[channel] = cleanInputs[channel].data();
+        }
+    }
+    if (shared) {
+        driverInputs[1] = driverInputs[0];
     }
 }
 

@@ -4,6 +4,7 @@
 #include "plugin/AudioEffectX.h"
 #include "runtime/Driver.h"
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -29,7 +30,10 @@ public:
     void open() override;
     void suspend() override;
     void resume() override;
+    /// Refuses rates the amplifier cannot run at; the effect is then silent until a rate it
+    /// takes comes.
     void setSampleRate(float rate) override;
+    /// Refuses blocks outside 1 to `largestBlock` frames, likewise.
     void setBlockSize(vst2::VstInt32 frames) override;
     /// Throws the driver's failures as plain NodaraException (for example a block while
     /// suspended); the C entry point turns them into silence.
@@ -49,6 +53,9 @@ public:
     void closeEditor() override;
     void idleEditor() override;
 
+    /// The largest block a host may announce; larger ones are refused.
+    static constexpr vst2::VstInt32 largestBlock = 65536;
+
     bool isMonoBus() const { return monoBus.load(); }
     bool isMonoMode() const { return monoMode.load(); }
     const std::shared_ptr<nodara::Driver>& getDriver() const { return driver; }
@@ -58,6 +65,7 @@ private:
     void betweenBlocks(std::atomic<bool>& failed, Change change);
     bool validIndex(vst2::VstInt32 index) const;
     void runBlock(float** inputs, float** outputs, vst2::VstInt32 frames);
+    void guardInputs(vst2::VstInt32 frames);
 
     std::atomic<bool> changed{true};
     /// The host gave one input and one output.
@@ -76,6 +84,12 @@ private:
     std::unique_ptr<EditorLink> editorLink;
     std::unique_ptr<TorvaneEditor> editor;
     vst2::ERect editorRect{};
+    /// Where the driver copies its two outputs; null for one it need not copy.
+    std::vector<nodara::scalar*> driverOutputs{nullptr, nullptr};
+    /// Cleaned copies of the inputs, for blocks that hold unplayable samples; made once, so
+    /// that no block allocates and no change of block size races a block.
+    std::array<std::vector<float>, 2> cleanInputs{std::vector<float>(largestBlock),
+                                                  std::vector<float>(largestBlock)};
 };
 
 } // namespace torvane

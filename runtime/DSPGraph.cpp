@@ -1,6 +1,7 @@
 #include "runtime/DSPGraph.h"
 
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <boost/graph/adjacency_list.hpp>
 #include <boost/graph/depth_first_search.hpp>
@@ -89,6 +90,7 @@ void DSPGraph::readIterationSettings(const Properties& properties) {
         throw InvalidArgumentException(
             concat("DSPGraph: MaxIterations must be greater than 0. MaxIterations=", maxIterations));
     }
+    limits::requireAtMost("DSPGraph", "MaxIterations", maxIterations, limits::iterations);
 }
 
 void DSPGraph::init() {
@@ -270,7 +272,14 @@ void DSPGraph::process(const std::vector<scalar*>& inputs, std::vector<scalar*>&
         runBypass(inputs, out, frames);
     } else if (off) {
         runOff(out, frames);
-    } else if (processingMethod == dsp_graph::Block) {
+    } else {
+        runMethod(inputs, out, frames);
+    }
+}
+
+void DSPGraph::runMethod(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
+                         size_t frames) {
+    if (processingMethod == dsp_graph::Block) {
         runBlock(inputs, out, frames);
     } else if (processingMethod == dsp_graph::Sequential) {
         runSequential(inputs, out, frames);
@@ -281,25 +290,57 @@ void DSPGraph::process(const std::vector<scalar*>& inputs, std::vector<scalar*>&
     }
 }
 
+void DSPGraph::reset() {
+    for (Filter* filter : context->getFilters()) {
+        filter->reset();
+    }
+}
+
+void DSPGraph::settle(const std::vector<scalar*>& inputs, size_t frames) {
+    if (!initialized || frames == 0) {
+        return;
+    }
+    const auto& filters = context->getFilters();
+    if (processingMethod == dsp_graph::Block) {
+        for (int32 f : order) {
+            gatherBlockInputs(static_cast<size_t>(f), inputs);
+            filters[static_cast<size_t>(f)]->settle(blockInputs, frames);
+        }
+        for (size_t i = 0; i < outputs.size(); ++i) {
+            outputs[i] = outputBufferOf(i);
+        }
+        return;
+    }
+    reset();
+    const auto wanted = static_cast<size_t>(Filter::settleSeconds * context->getSampleRate());
+    for (size_t done = 0; done == 0 || done < wanted; done += frames) {
+        runMethod(inputs, outputs, frames);
+    }
+}
+
+void DSPGraph::gatherBlockInputs(size_t f, const std::vector<scalar*>& inputs) {
+    const auto& sources = inputElements[f];
+    const auto& sourceOutputs = inputOutputs[f];
+    const auto ports = static_cast<size_t>(portCounts[f]);
+    for (size_t port = 0; port < ports; ++port) {
+        scalar* pointer = nullptr;
+        if (sources && port < sources->size()) {
+            const int32 source = (*sources)[port];
+            const int32 output = (*sourceOutputs)[port];
+            if (output != -1 && source >= -1) {
+                pointer = source == -1 ? inputs[static_cast<size_t>(output)]
+                                       : sourceBuffer(source, output);
+            }
+        }
+        blockInputs[port] = pointer;
+    }
+}
+
 void DSPGraph::runBlock(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
                         size_t frames) {
     const auto& filters = context->getFilters();
     for (int32 f : order) {
-        const auto& sources = inputElements[static_cast<size_t>(f)];
-        const auto& sourceOutputs = inputOutputs[static_cast<size_t>(f)];
-        const auto ports = static_cast<size_t>(portCounts[static_cast<size_t>(f)]);
-        for (size_t port = 0; port < ports; ++port) {
-            scalar* pointer = nullptr;
-            if (sources && port < sources->size()) {
-                const int32 source = (*sources)[port];
-                const int32 output = (*sourceOutputs)[port];
-                if (output != -1 && source >= -1) {
-                    pointer = source == -1 ? inputs[static_cast<size_t>(output)]
-                                           : sourceBuffer(source, output);
-                }
-            }
-            blockInputs[port] = pointer;
-        }
+        gatherBlockInputs(static_cast<size_t>(f), inputs);
         filters[static_cast<size_t>(f)]->process(blockInputs, frames);
     }
     for (size_t i = 0; i < out.size(); ++i) {

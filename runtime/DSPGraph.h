@@ -41,6 +41,10 @@ public:
     void process(const std::vector<scalar*>& inputs, size_t frames) override;
     void process(const std::vector<scalar*>& inputs, std::vector<scalar*>& outputs,
                  size_t frames) override;
+    void reset() override;
+    /// Block: each filter settles in turn on what the filters before it settled to. The
+    /// feedback methods clear their filters and run for the filters' settling time.
+    void settle(const std::vector<scalar*>& inputs, size_t frames) override;
 
     dsp_graph::ProcessingMethod getProcessingMethod() const { return processingMethod; }
     /// The filter processing order, filter indices.
@@ -56,6 +60,9 @@ private:
     scalar* outputBufferOf(size_t output);
 
     void runBlock(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
+    /// Points `blockInputs` at what filter f reads.
+    void gatherBlockInputs(size_t f, const std::vector<scalar*>& inputs);
+    void runMethod(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
     void runSequential(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
                        size_t frames);
     void runIterative(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,

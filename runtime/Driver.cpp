@@ -3,11 +3,13 @@
 #include "runtime/Context.h"
 #include "runtime/Element.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <boost/graph/adjacency_list.hpp>
 #include <boost/graph/topological_sort.hpp>
 
 #include <cmath>
+#include <cstring>
 #include <iterator>
 #include <list>
 #include <set>
@@ -51,11 +53,11 @@ void Driver::init(const SystemLayout& layout) {
     takeGraphs(layout);
     computeOrder();
     sizeBuffers();
-    for (size_t g = 0; g < graphs->size(); ++g) {
-        (*graphs)[g]->init();
-        if (maxBlockSize > 0) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
-        }
+    for (const auto& graph : *graphs) {
+        graph->init();
+    }
+    if (maxBlockSize > 0) {
+        applyBlockSizes();
     }
     controls = layout.controls;
     bindProperties();
@@ -85,6 +87,9 @@ void Driver::sizeBuffers() {
     }
     graphInputs.assign(widest, nullptr);
     multipliers.assign(graphs->size(), 1.0);
+    nominalMultipliers.assign(graphs->size(), 1.0);
+    graphRates.assign(graphs->size(), 0.0f);
+    graphRatios.assign(graphs->size(), 0.0);
     updateMultipliers();
     outputs->assign(outputGraphs ? outputGraphs->size() : 0, nullptr);
 }
@@ -124,25 +129,86 @@ void Driver::updateMultipliers() {
                     source < 0 ? 1.0 : (*graphs)[static_cast<size_t>(source)]->getOutputMultiplier();
                 if (!(m > 0.0)) {
                     m = c;
-                } else if (std::fabs(c - m) > 1e-10) {
+                } else if (std::fabs(c - m) > multiplierTolerance) {
                     throw NodaraException("Invalid input multipliers for graph " +
                                           graph->getName());
                 }
             }
         }
+        if (const double rate = graph->getMultiplier() * m; !(rate <= limits::rateMultiplier)) {
+            limits::requireAtMost("Driver: graph " + graph->getName(), "rate multiplier", rate,
+                                  limits::rateMultiplier);
+        }
         graph->setInputMultiplier(m);
         multipliers[static_cast<size_t>(g)] = m;
     }
+    updateNominalMultipliers();
     if (outputGraphs) {
         for (int32 source : *outputGraphs) {
             if (source < 0) {
                 continue;
             }
+            // Rates are products of ratios such as 8 and 1/8, which need not give exactly 1.
             const double m = (*graphs)[static_cast<size_t>(source)]->getOutputMultiplier();
-            if (m != 1.0) {
+            if (std::fabs(m - 1.0) > multiplierTolerance) {
                 throw NodaraException(concat("Invalid multiplier. Expected 1 but got ", m));
             }
         }
+    }
+}
+
+// The rates as if no graph were off or bypassed: what an inactive graph will run at once it is
+// switched in, so that switching costs no redesign. -1 where the sources disagree.
+void Driver::updateNominalMultipliers() {
+    for (int32 g : order) {
+        double m = -1.0;
+        bool consistent = true;
+        if (const auto& sources = (*inputGraphs)[static_cast<size_t>(g)]) {
+            for (int32 source : *sources) {
+                const double c =
+                    source < 0 ? 1.0
+                               : nominalMultipliers[static_cast<size_t>(source)] *
+                                     (*graphs)[static_cast<size_t>(source)]->getMultiplier();
+                if (!(c > 0.0) || c > limits::rateMultiplier ||
+                    (m > 0.0 && std::fabs(c - m) > multiplierTolerance)) {
+                    consistent = false;
+                }
+                m = c;
+            }
+        }
+        nominalMultipliers[static_cast<size_t>(g)] = consistent ? m : -1.0;
+    }
+}
+
+double Driver::designMultiplier(size_t graph) const {
+    const auto& candidate = (*graphs)[graph];
+    const bool active = !candidate->isOff() && !candidate->isBypassed();
+    return active || !(nominalMultipliers[graph] > 0.0) ? multipliers[graph]
+                                                        : nominalMultipliers[graph];
+}
+
+// Only graphs whose design moved are told: a redesign allocates, and switching a branch or a
+// chain in or out must not. A graph's filters depend on its input rate and, in a resampling
+// element, on its own ratio.
+void Driver::applyRates() {
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        const auto& graph = (*graphs)[g];
+        const scalar rate = static_cast<scalar>(designMultiplier(g)) * sampleRate;
+        if (rate != graphRates[g] || graph->getMultiplier() != graphRatios[g]) {
+            graph->setSampleRate(rate);
+            graphRates[g] = rate;
+            graphRatios[g] = graph->getMultiplier();
+        }
+    }
+}
+
+// A graph's buffers hold a block at its present rate and at the rate it has when every graph
+// is active. Buffers only grow, so telling a graph a size it had costs nothing; an element
+// whose buffers follow its own factor grows them here after a factor change.
+void Driver::applyBlockSizes() {
+    for (size_t g = 0; g < graphs->size(); ++g) {
+        (*graphs)[g]->setMaxBlockSize(std::max(blockSizeFor(g, maxBlockSize),
+                                               blockSizeAt(nominalMultipliers[g], maxBlockSize)));
     }
 }
 
@@ -185,7 +251,11 @@ void Driver::bindProperties() {
 }
 
 int32 Driver::blockSizeFor(size_t graph, int32 frames) const {
-    return static_cast<int32>(std::floor(frames * multipliers[graph] + 0.5));
+    return blockSizeAt(multipliers[graph], frames);
+}
+
+int32 Driver::blockSizeAt(double multiplier, int32 frames) {
+    return static_cast<int32>(std::floor(frames * multiplier + 0.5));
 }
 
 int32 Driver::getNumberOfSystemInputs() const {
@@ -214,22 +284,30 @@ std::shared_ptr<Graph>& Driver::getGraph(std::string name) {
     return found->second;
 }
 
-void Driver::setSuspended(bool value) {
+void Driver::acquireProcessing() {
     bool idle = false;
     while (!processing.compare_exchange_weak(idle, true, std::memory_order_acquire)) {
         idle = false;
         std::this_thread::yield();
     }
+}
+
+void Driver::setSuspended(bool value) {
+    acquireProcessing();
     suspended.store(value);
     processing.store(false, std::memory_order_release);
 }
 
 void Driver::setSampleRate(scalar rate) {
+    if (!(rate > 0.0f) || !std::isfinite(rate)) {
+        throw InvalidArgumentException(
+            concat("Driver: sampleRate must be greater than zero. sampleRate=", rate));
+    }
+    acquireProcessing();
+    ProcessingGuard guard(processing);
     sampleRate = rate;
     if (initialized) {
-        for (size_t g = 0; g < graphs->size(); ++g) {
-            (*graphs)[g]->setSampleRate(static_cast<scalar>(multipliers[g]) * rate);
-        }
+        applyRates();
     }
 }
 
@@ -238,33 +316,38 @@ void Driver::setMaxBlockSize(int32 size) {
         throw InvalidArgumentException(
             concat("Driver: maxBlockSize must be greater than zero. maxBlockSize=", size));
     }
+    acquireProcessing();
+    ProcessingGuard guard(processing);
     maxBlockSize = size;
     if (initialized) {
-        for (size_t g = 0; g < graphs->size(); ++g) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, size));
-        }
+        applyBlockSizes();
     }
 }
 
 void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
+    process(inputs, framesPerBuffer, {});
+}
+
+void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer,
+                     const std::vector<scalar*>& destinations) {
     if (!initialized) {
         throw NodaraException("Cannot process. Driver is not initialized.");
     }
+    // Another thread changes the rates, the buffers or the state, or another block runs: this
+    // block must touch nothing, not even the output pointers of the graphs.
+    if (processing.exchange(true, std::memory_order_acquire)) {
+        throw NodaraException("Driver: Cannot process. Another call is using the driver.");
+    }
+    ProcessingGuard guard(processing);
     if (suspended.load()) {
         throw NodaraException("Driver: Cannot process. Driver is in the suspend state.");
     }
     if (maxBlockSize < 0) {
         throw NodaraException("Driver: Cannot process. maxBlockSize is not set.");
     }
-    if (processing.exchange(true, std::memory_order_acquire)) {
-        publishOutputs(inputs);
-        return;
-    }
-    ProcessingGuard guard(processing);
-    // A suspension that came between the check above and the flag: the block must not run
-    // while the caller changes rates or buffers.
-    if (suspended.load()) {
-        throw NodaraException("Driver: Cannot process. Driver is in the suspend state.");
+    if (framesPerBuffer < 0 || framesPerBuffer > maxBlockSize) {
+        throw NodaraException(concat("Driver: Cannot process a block of ", framesPerBuffer,
+                                     " frames. maxBlockSize=", maxBlockSize));
     }
     applyControls();
     if (graphsChanged.load()) {
@@ -272,6 +355,21 @@ void Driver::process(const std::vector<scalar*>& inputs, int32 framesPerBuffer) 
     }
     runGraphs(inputs, framesPerBuffer);
     publishOutputs(inputs);
+    copyOutputs(destinations, framesPerBuffer);
+}
+
+// An output may be the caller's input buffer, which may be the destination too.
+void Driver::copyOutputs(const std::vector<scalar*>& destinations, int32 frames) const {
+    if (frames <= 0) {
+        return;
+    }
+    const size_t count = std::min(destinations.size(), outputs->size());
+    for (size_t i = 0; i < count; ++i) {
+        if (destinations[i] != nullptr) {
+            std::memmove(destinations[i], (*outputs)[i],
+                         static_cast<size_t>(frames) * sizeof(scalar));
+        }
+    }
 }
 
 void Driver::applyControls() {
@@ -295,17 +393,15 @@ void Driver::applyControls() {
     }
 }
 
-// Rates follow a change of multiplier, off or bypass: filters are redesigned and buffers grow
-// here, on the audio thread, by design.
+// Rates follow a change of multiplier, off or bypass: when a rate really changes, filters are
+// redesigned and buffers grow here, on the audio thread, by design.
 void Driver::applyRateChange() {
-    updateMultipliers();
-    for (size_t g = 0; g < graphs->size(); ++g) {
-        (*graphs)[g]->setSampleRate(static_cast<scalar>(multipliers[g]) * sampleRate);
-        if (maxBlockSize > 0) {
-            (*graphs)[g]->setMaxBlockSize(blockSizeFor(g, maxBlockSize));
-        }
-    }
     graphsChanged.store(false);
+    updateMultipliers();
+    applyRates();
+    if (maxBlockSize > 0) {
+        applyBlockSizes();
+    }
 }
 
 scalar* Driver::sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const {
@@ -319,18 +415,52 @@ scalar* Driver::sourceOf(int32 graph, int32 node, const std::vector<scalar*>& in
     return (*graphs)[static_cast<size_t>(graph)]->getOutput(node);
 }
 
+void Driver::gatherGraphInputs(size_t graph, const std::vector<scalar*>& inputs) {
+    std::fill(graphInputs.begin(), graphInputs.end(), nullptr);
+    if (const auto& sources = (*inputGraphs)[graph]) {
+        const auto& nodes = *(*inputNodes)[graph];
+        for (size_t j = 0; j < sources->size(); ++j) {
+            graphInputs[j] = sourceOf((*sources)[j], nodes[j], inputs);
+        }
+    }
+}
+
 void Driver::runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
     for (int32 g : order) {
         const auto index = static_cast<size_t>(g);
-        std::fill(graphInputs.begin(), graphInputs.end(), nullptr);
-        if (const auto& sources = (*inputGraphs)[index]) {
-            const auto& nodes = *(*inputNodes)[index];
-            for (size_t j = 0; j < sources->size(); ++j) {
-                graphInputs[j] = sourceOf((*sources)[j], nodes[j], inputs);
-            }
-        }
+        gatherGraphInputs(index, inputs);
         (*graphs)[index]->process(graphInputs,
                                   static_cast<size_t>(blockSizeFor(index, framesPerBuffer)));
+    }
+}
+
+// Every graph settles at the rate it has when all run, so that the off and bypassed ones
+// (a branch or a chain switched in later) start from their operating point as well.
+void Driver::settle() {
+    if (!initialized) {
+        return;
+    }
+    acquireProcessing();
+    ProcessingGuard guard(processing);
+    applyControls();
+    if (graphsChanged.load()) {
+        applyRateChange();
+    }
+    if (maxBlockSize < 1) {
+        return;
+    }
+    std::vector<scalar> silence(static_cast<size_t>(maxBlockSize), 0.0f);
+    const std::vector<scalar*> inputs(
+        static_cast<size_t>(std::max(getNumberOfSystemInputs(), 1)), silence.data());
+    for (int32 g : order) {
+        const auto index = static_cast<size_t>(g);
+        const double multiplier = nominalMultipliers[index] > 0.0 ? nominalMultipliers[index]
+                                                                  : multipliers[index];
+        const int32 frames = blockSizeAt(multiplier, maxBlockSize);
+        if (frames > 0) {
+            gatherGraphInputs(index, inputs);
+            (*graphs)[index]->settle(graphInputs, static_cast<size_t>(frames));
+        }
     }
 }
 

@@ -18,9 +18,10 @@ namespace nodara {
 /// order, each at its own rate (the product of the multipliers upstream), with control values
 /// carried to their targets at the head of each block.
 ///
-/// Threads: `process` on the audio thread. `setSuspended` from any thread; it waits for a
-/// running block. `setSampleRate` and `setMaxBlockSize` do not synchronise with `process`:
-/// call them while suspended. `setGraphsChanged` from an element during a block.
+/// Threads: `process` on the audio thread. `setSuspended`, `settle`, `setSampleRate` and
+/// `setMaxBlockSize` from any other thread: each waits for a running block and holds blocks
+/// off while it works (a block that comes meanwhile is refused). `setGraphsChanged` from an
+/// element during a block.
 class Driver : public std::enable_shared_from_this<Driver> {
 public:
     using GraphList = SystemLayout::GraphList;
@@ -30,13 +31,24 @@ public:
 
     virtual ~Driver() = default;
 
-    /// One block of `framesPerBuffer` frames at the system rate.
+    /// One block of `framesPerBuffer` frames at the system rate. Refused while suspended, and
+    /// while another thread changes the system.
     virtual void process(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
+    /// The same, then copies system output i into `destinations[i]` (where not null) before
+    /// the block lets go of the driver: another thread may replace the buffers right after.
+    void process(const std::vector<scalar*>& inputs, int32 framesPerBuffer,
+                 const std::vector<scalar*>& destinations);
     /// The output pointers of the last block.
     virtual std::shared_ptr<std::vector<scalar*>>& getOutputs() { return outputs; }
     virtual std::shared_ptr<Graph>& getGraph(std::string name);
     /// Any thread; waits until a running block has ended.
     virtual void setSuspended(bool value);
+    /// Brings every graph, the off and bypassed ones too, to the state that silence at the
+    /// system inputs leaves in the long run: what a start should hear, with no thump of
+    /// networks charging from rest. Pending control values and rate changes are applied first,
+    /// so the first block does not redesign. Off the audio thread: waits for a running block,
+    /// and allocates. Needs a block size; does nothing before.
+    void settle();
     virtual bool isSuspended() const { return suspended.load(); }
     virtual bool isProcessing() const { return processing.load(); }
     virtual ControlList getControls() const { return controls; }
@@ -46,9 +58,10 @@ public:
     /// Takes the system's graphs, wires and controls; orders the graphs, computes their rates
     /// and binds the controls. Documents are read into a layout by the description layer.
     void init(const SystemLayout& layout);
-    /// Not while processing; redesigns rate-dependent filters.
+    /// Waits for a running block; redesigns rate-dependent filters. Refuses a rate that is not
+    /// a finite number above 0.
     void setSampleRate(scalar rate);
-    /// Not while processing; allocates. The largest block `process` will be given.
+    /// Waits for a running block; allocates. The largest block `process` will be given.
     void setMaxBlockSize(int32 size);
 
     scalar getSampleRate() const { return sampleRate; }
@@ -63,17 +76,30 @@ public:
     const std::vector<double>& getMultipliers() const { return multipliers; }
     /// Frames a graph handles for `frames` at the system rate.
     int32 blockSizeFor(size_t graph, int32 frames) const;
+    /// How far two rate multipliers may differ and still count as the same rate.
+    static constexpr double multiplierTolerance = 1e-10;
 
 private:
     void takeGraphs(const SystemLayout& layout);
     void computeOrder();
     void sizeBuffers();
     void updateMultipliers();
+    void updateNominalMultipliers();
+    /// The multiplier a graph's filters are designed for: its own while it runs; while it is
+    /// off or bypassed, the one it will run at once every graph runs.
+    double designMultiplier(size_t graph) const;
+    void applyRates();
+    void applyBlockSizes();
+    static int32 blockSizeAt(double multiplier, int32 frames);
     void bindProperties();
     void applyControls();
     void applyRateChange();
     void runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer);
+    void gatherGraphInputs(size_t graph, const std::vector<scalar*>& inputs);
+    /// Waits until no block runs, and holds the processing flag.
+    void acquireProcessing();
     void publishOutputs(const std::vector<scalar*>& inputs);
+    void copyOutputs(const std::vector<scalar*>& destinations, int32 frames) const;
     scalar* sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const;
 
     std::unordered_map<std::string, std::shared_ptr<Graph>> graphsByName;
@@ -83,6 +109,11 @@ private:
     IndexList outputGraphs;
     IndexList outputNodes;
     std::vector<double> multipliers;
+    /// Input multipliers with every graph active; -1 where they cannot be told.
+    std::vector<double> nominalMultipliers;
+    /// The rate each graph was last given, and its own multiplier then; 0 before the first.
+    std::vector<scalar> graphRates;
+    std::vector<double> graphRatios;
     std::vector<scalar*> graphInputs;
     std::shared_ptr<std::vector<scalar*>> outputs = std::make_shared<std::vector<scalar*>>();
     std::shared_ptr<std::vector<std::shared_ptr<Property>>> properties;

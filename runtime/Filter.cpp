@@ -39,6 +39,19 @@ scalar* Filter::process(scalar*, size_t) { throw OperationNotSupportedException(
 
 void Filter::process(const scalar*, scalar*, size_t) { throw OperationNotSupportedException(""); }
 
+void Filter::settle(const std::vector<scalar*>& in, size_t frames) {
+    reset();
+    if (frames == 0) {
+        return;
+    }
+    const auto owner = context.lock();
+    const double rate = owner ? owner->getSampleRate() : 0.0;
+    const auto wanted = static_cast<size_t>(settleSeconds * rate);
+    for (size_t done = 0; done == 0 || done < wanted; done += frames) {
+        process(in, frames);
+    }
+}
+
 void Filter::setSampleRate(scalar sampleRate) {
     if (propertiesHandler) {
         propertiesHandler->setSampleRate(sampleRate);

@@ -56,8 +56,15 @@ public:
     virtual scalar* getOutput(int32 index) = 0;
     virtual std::vector<scalar*>& getOutputs() = 0;
     virtual std::shared_ptr<ElementMeta> getMeta();
-    /// Clears the filter's state; the runtime never calls it by itself.
+    /// Clears the filter's state.
     virtual void reset() {}
+    /// Brings the state to what a long run of constant input leaves, each port's value being
+    /// its first frame, `in[port][0]`; the outputs then hold `frames` frames of that steady
+    /// response. The default clears the state and runs the input for `settleSeconds` at the
+    /// context's rate (at least one block): enough for anything that forgets its past within a
+    /// few milliseconds. Slower elements override it. Off the audio thread.
+    virtual void settle(const std::vector<scalar*>& in, size_t frames);
+    static constexpr double settleSeconds = 0.02;
     virtual void setPropertiesHandler(const std::shared_ptr<PropertiesHandler>& handler);
 
     /// Null once the context is gone, or for a filter never placed in one.

@@ -3,6 +3,7 @@
 #include "runtime/Context.h"
 #include "runtime/Driver.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <string_view>
@@ -16,12 +17,14 @@ void Graph::setNumberOfInputs(int32 count) {
     }
     // Every input is a stream the driver keeps a pointer for; a count past any real graph
     // (a typing slip, or a number beyond the integer range) would only eat memory for minutes.
-    if (count > maxNumberOfInputs) {
-        throw InvalidArgumentException(concat("Number of inputs must be at most ",
-                                              maxNumberOfInputs, ". Number of inputs =", count));
+    if (count > limits::inputs) {
+        throw InvalidArgumentException(concat("Number of inputs must be at most ", limits::inputs,
+                                              ". Number of inputs =", count));
     }
     numberOfInputs = count;
 }
+
+void Graph::settle(const std::vector<scalar*>& inputs, size_t frames) { process(inputs, frames); }
 
 scalar* Graph::getResult(std::string) {
     throw NodaraException("Graph::getResult(std::string outputName) is not yet implemented.");
@@ -46,9 +49,11 @@ void Graph::setSwitchBit(boost::dynamic_bitset<>& bits, bool& state, bool value,
         bits.resize(index + 1);
     }
     bits[index] = value;
+    const bool was = state;
     state = bits.any();
-    // A switch on a rate-changing graph changes the rates downstream.
-    if (multiplier != 1.0) {
+    // Switching a graph in or out moves the rates downstream of a rate-changing graph, and the
+    // rate a graph's filters are designed for; the driver redoes only rates that moved.
+    if (state != was) {
         tellDriverRatesChanged();
     }
 }

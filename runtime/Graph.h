@@ -33,9 +33,8 @@ public:
     virtual std::shared_ptr<Context> getContext() = 0;
     virtual int32 getNumberOfOutputs() const { return numberOfOutputs; }
     virtual int32 getNumberOfInputs() const { return numberOfInputs; }
-    /// Refuses counts below 0 and above `maxNumberOfInputs`.
+    /// Refuses counts below 0 and above the document limit.
     virtual void setNumberOfInputs(int32 count);
-    static constexpr int32 maxNumberOfInputs = 65536;
     virtual void setMaxBlockSize(int32 size) = 0;
     virtual void setSampleRate(scalar rate) = 0;
     virtual scalar* getResult(std::string outputName);
@@ -47,6 +46,13 @@ public:
                          size_t frames) = 0;
     /// Completes the graph once the parser has set it up.
     virtual void init() = 0;
+    /// Clears the state of everything in the graph.
+    virtual void reset() {}
+    /// Brings the graph to the state a long run of constant inputs leaves (each input's first
+    /// frame held), whether it is off or bypassed or not: a graph switched in later starts
+    /// settled too. Fills `outputs` with `frames` frames of the steady response. The base runs
+    /// one block. Off the audio thread.
+    virtual void settle(const std::vector<scalar*>& inputs, size_t frames);
     virtual void setOff(bool value, size_t index);
     virtual void setSuspended(bool value);
     virtual void setBypass(bool value, size_t index);

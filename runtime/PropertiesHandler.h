@@ -24,6 +24,8 @@ public:
     virtual void update(Filter*, scalar input, scalar lastOutput) { update(input, lastOutput); }
     /// Recomputes the coefficients from the present input and the filter's last output.
     virtual void update(scalar input, scalar lastOutput) = 0;
+    /// Forgets what it kept of past samples; the filter calls it as it clears its own state.
+    virtual void reset() {}
 };
 
 } // namespace nodara

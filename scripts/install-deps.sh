@@ -15,6 +15,8 @@ packages=(
   libsndfile1-dev
   libcairo2-dev libx11-dev
   xvfb
+  # make fuzz: clang and its libFuzzer and sanitizer runtimes
+  clang libclang-rt-14-dev
 )
 
 missing=()

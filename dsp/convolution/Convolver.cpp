@@ -1,6 +1,7 @@
 #include "dsp/convolution/Convolver.h"
 
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <bit>
@@ -25,6 +26,8 @@ void Convolver::init(const std::string& convolverName, const Properties& convolv
             concat("MaxIRSize must be greater than or equal to 0. Convolver name=", convolverName,
                    " MaxIRSize=", maxIRSize));
     }
+    limits::requireAtMost("Convolver " + convolverName, "MaxIRSize", maxIRSize,
+                          limits::responseSamples);
     // The replay needs the response's length and two of the largest blocks, which are shorter
     // than the response.
     recent.assign(std::bit_ceil(4 * static_cast<std::uint64_t>(maxIRSize)), 0.0f);
@@ -159,6 +162,13 @@ scalar* Convolver::getOutput(int32 index) {
         throw InvalidArgumentException(concat("Convolver: Invalid output index: ", index));
     }
     return outputBuffer.get();
+}
+
+void Convolver::settle(const std::vector<scalar*>& in, size_t frames) {
+    reset();
+    if (engine) {
+        process(in, frames);
+    }
 }
 
 void Convolver::reset() {

@@ -54,6 +54,9 @@ public:
     std::vector<scalar*>& getOutputs() override { return outputs; }
     /// Forgets past input and goes on as a fresh instance would; the response stays.
     void reset() override;
+    /// Forgets past input and takes one block: exact for silence, which is what a convolver
+    /// behind a DC blocker settles to; filling a long response's window would take seconds.
+    void settle(const std::vector<scalar*>& in, size_t frames) override;
     /// The convolution does not depend on the rate.
     void setSampleRate(scalar) override {}
 

@@ -6,6 +6,7 @@
 #include "dsp/io/FileReader.h"
 #include "dsp/convolution/ResponseResampler.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -66,6 +67,19 @@ void trimSilentTail(std::vector<scalar>& samples) {
     }
 }
 
+/// How many samples are silence before the first sound: a pre-delay.
+size_t silentHead(const std::vector<scalar>& samples) {
+    size_t head = 0;
+    while (head < samples.size() && std::fabs(samples[head]) <= silence) {
+        ++head;
+    }
+    return head;
+}
+
+/// Samples at the response's own rate kept beyond the part in use, for the resampler's
+/// filter to see past the cut.
+constexpr double resamplerMargin = 1024.0;
+
 /// Subtracts the mean, summed in order in single precision.
 void removeMean(std::vector<scalar>& samples) {
     if (samples.empty()) {
@@ -117,6 +131,11 @@ void WaveConvolver::init(const std::string& elementName, const Properties& eleme
                         NodaraException("WaveConvolver: Missing DllResourceType property."));
     }
     convolver.init(elementName, elementProperties, elementContext);
+    // The inner convolver takes the pre-delay as well; the document's limit is applied here.
+    maxIRSize = convolver.getMaxIRSize();
+    Properties inner = elementProperties;
+    inner["MaxIRSize"] = std::to_string(limits::responseSamples);
+    convolver.init(elementName, inner, elementContext);
 }
 
 void WaveConvolver::propertyChanged(const std::string& propertyName, scalar value) {
@@ -190,18 +209,31 @@ std::vector<scalar> WaveConvolver::fetchFromResource(const std::string& resource
     return atRunningRate(std::move(decoded.samples), decoded.rate);
 }
 
+// Only the part that the cut below keeps is converted (with a margin): a long file, or one
+// whose rate is far below the running one, would otherwise cost seconds and gigabytes here.
 std::vector<scalar> WaveConvolver::atRunningRate(std::vector<scalar> samples, scalar rate) const {
     // Nothing to convert: an unknown name leaves an empty response and no rate.
     if (rate == sampleRate || samples.empty()) {
         return samples;
     }
+    const double ratio = static_cast<double>(sampleRate) / static_cast<double>(rate);
+    const double kept = static_cast<double>(silentHead(samples)) +
+                        static_cast<double>(maxIRSize) / ratio + resamplerMargin;
+    if (kept < static_cast<double>(samples.size())) {
+        samples.resize(static_cast<size_t>(kept));
+    }
+    limits::requireAtMost("WaveConvolver " + name, "length of the response at the running rate",
+                          static_cast<double>(samples.size()) * ratio,
+                          2.0 * limits::responseSamples);
     return resampleResponse(samples, rate, sampleRate);
 }
 
-// Trim, cut to MaxIRSize, mean removal after the cut, gain.
+// Trim, cut to MaxIRSize, mean removal after the cut, gain. MaxIRSize counts from the first
+// sound: the silence before it is a delay, not response, and at a high rate it alone would
+// outlast the limit and leave nothing to hear.
 void WaveConvolver::condition(std::vector<scalar>& samples) const {
     trimSilentTail(samples);
-    const auto longest = static_cast<size_t>(convolver.getMaxIRSize());
+    const size_t longest = silentHead(samples) + static_cast<size_t>(maxIRSize);
     if (samples.size() > longest) {
         samples.resize(longest);
     }
@@ -242,5 +274,9 @@ scalar* WaveConvolver::getOutput(int32 index) { return convolver.getOutput(index
 std::vector<scalar*>& WaveConvolver::getOutputs() { return convolver.getOutputs(); }
 
 void WaveConvolver::reset() { convolver.reset(); }
+
+void WaveConvolver::settle(const std::vector<scalar*>& in, size_t frames) {
+    convolver.settle(in, frames);
+}
 
 } // namespace nodara

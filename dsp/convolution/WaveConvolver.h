@@ -12,7 +12,8 @@ namespace nodara {
 
 /// The loudspeaker-cabinet stage. Picks response `Selected` out of the names in
 /// `ImpulseResponses`, fetches it from memory, a WAV file or an embedded resource, brings it
-/// to the running rate, drops its silent tail, cuts it to `MaxIRSize`, removes its mean when
+/// to the running rate, drops its silent tail, cuts it to `MaxIRSize` samples after its silent
+/// head (a pre-delay is not counted), removes its mean when
 /// `Scale` is set (DC blocking; the level is `Gain`'s), multiplies it by `Gain` and hands it
 /// to an inner Convolver, which does all the audio.
 ///
@@ -57,6 +58,7 @@ public:
     scalar* getOutput(int32 index) override;
     std::vector<scalar*>& getOutputs() override;
     void reset() override;
+    void settle(const std::vector<scalar*>& in, size_t frames) override;
 
     const Convolver& getConvolver() const { return convolver; }
     int32 getSelected() const { return selected; }
@@ -77,6 +79,8 @@ private:
     int32 selected = 0;
     scalar sampleRate = 0.0f;
     scalar gain = 1.0f;
+    /// The document's MaxIRSize.
+    int32 maxIRSize = 0;
     std::map<std::string, scalar> rates;
     std::map<std::string, std::shared_ptr<std::vector<scalar>>> responses;
     std::vector<std::string> names;

@@ -1,5 +1,7 @@
 #include "dsp/recursive/FixedOrderIIR.h"
 
+#include <cmath>
+
 namespace nodara {
 
 template <int N>
@@ -99,6 +101,7 @@ void FixedOrderIIR<N>::process(const std::vector<scalar*>& in, std::vector<scala
             propertiesHandler->update(this, input[frame], y[0]);
             output[frame] = step(input[frame]);
         }
+        clearIfNotFinite();
         return;
     }
     process(input, output, framesPerBuffer);
@@ -127,6 +130,7 @@ void FixedOrderIIR<N>::process(const scalar* in, scalar* out, size_t framesPerBu
     if (framesPerBuffer > head) {
         updateStateFromBlock(in, out, framesPerBuffer);
     }
+    clearIfNotFinite();
 }
 
 /// The state takes the last N samples of a block longer than N.
@@ -165,6 +169,7 @@ size_t FixedOrderIIR<N>::endIteration(size_t frame) {
     x[0] = currentInput;
     y[0] = (*iterationResult)[0];
     buffer[frame] = y[0];
+    clearIfNotFinite();
     return frame;
 }
 
@@ -172,8 +177,59 @@ template <int N>
 void FixedOrderIIR<N>::clearState() {
     x.fill(0.0f);
     y.fill(0.0f);
+    if (propertiesHandler) {
+        propertiesHandler->reset();
+    }
     currentInput = 0.0f;
     partialSum = 0.0f;
+}
+
+// A value that is not a number, or infinite, would stay in the recursion for ever and silence
+// everything after it: the state starts afresh once such a value has got in. One check per
+// block.
+template <int N>
+void FixedOrderIIR<N>::clearIfNotFinite() {
+    scalar sum = 0.0f;
+    for (int k = 0; k < N; ++k) {
+        sum += x[k] + y[k];
+    }
+    if (!std::isfinite(sum)) {
+        clearState();
+    }
+}
+
+template <int N>
+scalar FixedOrderIIR<N>::steadyOutput(scalar in) const {
+    double gain = 0.0;
+    double feedback = 1.0;
+    for (int k = 0; k <= N; ++k) {
+        gain += b[k];
+    }
+    for (int k = 0; k < N; ++k) {
+        feedback += a[k];
+    }
+    const double out = static_cast<double>(in) * gain / feedback;
+    return std::isfinite(out) ? static_cast<scalar>(out) : 0.0f;
+}
+
+// A handler's coefficients depend on the output they lead to: a few rounds find the point
+// where the two agree (one, for networks that block DC).
+template <int N>
+void FixedOrderIIR<N>::settle(const std::vector<scalar*>& in, size_t frames) {
+    clearState();
+    const scalar input = in.empty() || in[0] == nullptr ? 0.0f : in[0][0];
+    const bool handled = propertiesHandler && propertiesHandler->needsSampleUpdate();
+    scalar out = steadyOutput(input);
+    for (int round = 0; handled && round < 3; ++round) {
+        propertiesHandler->update(this, input, out);
+        propertiesHandler->update(this, input, out);
+        out = steadyOutput(input);
+    }
+    x.fill(input);
+    y.fill(out);
+    if (frames > 0 && outputs[0] != nullptr) {
+        std::fill_n(outputs[0], frames, out);
+    }
 }
 
 template <int N>

@@ -34,6 +34,9 @@ public:
                                 int32 iteration) override;
     size_t endIteration(size_t frame) override;
     void reset() override;
+    /// At once: the state of a constant input held for ever, y = x·Σb / (1 + Σa), also when a
+    /// coupling network's time constant is far longer than any settling run could afford.
+    void settle(const std::vector<scalar*>& in, size_t frames) override;
     /// N feedback and N + 1 feed-forward coefficients; touches no state.
     void setCoefficients(const scalar* a, const scalar* b);
 
@@ -49,6 +52,10 @@ protected:
     /// Reads the document lists "A" and "B" and checks their lengths.
     void readCoefficients(const Properties& properties, bool singleValueA);
     void clearState();
+    /// Clears the state when a value in it is not finite.
+    void clearIfNotFinite();
+    /// The output for the input `in` held for ever; 0 where the filter has no steady state.
+    scalar steadyOutput(scalar in) const;
 
     std::array<scalar, N> a{};
     std::array<scalar, N + 1> b{};

@@ -2,9 +2,11 @@
 
 #include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
+#include "runtime/Limits.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace nodara {
 
@@ -12,6 +14,7 @@ void Iir::propertyChanged(const std::string& propertyName, scalar value) {
     if (propertyName != "Order") {
         throw InvalidArgumentException("Iir: Unknown property " + propertyName);
     }
+    limits::requireAtMost("Iir", "Order", value, limits::order);
     setOrder(static_cast<int32>(std::lround(value)));
 }
 
@@ -43,6 +46,7 @@ void Iir::init(const std::string& filterName, const Properties& filterProperties
         throw InvalidArgumentException(concat("Iir: Order must be greater than 0. Iir name: ",
                                               filterName, " Order=", order));
     }
+    limits::requireAtMost("Iir " + filterName, "Order", order, limits::order);
     std::string aText;
     std::string bText;
     requireProperty(filterProperties, "A", aText, stringParser,
@@ -70,6 +74,7 @@ void Iir::setOrder(int32 order) {
     if (order < 1) {
         throw NodaraException(concat("Iir: Invalid order", order));
     }
+    limits::requireAtMost("Iir", "Order", order, limits::order);
     taps = order + 1;
     if (maxBlockSize > 0) {
         allocateHistories();
@@ -167,6 +172,7 @@ void Iir::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
                   xHistory.begin() + static_cast<std::ptrdiff_t>(head + history), xHistory.begin());
         std::copy(yHistory.begin() + static_cast<std::ptrdiff_t>(head),
                   yHistory.begin() + static_cast<std::ptrdiff_t>(head + history), yHistory.begin());
+        clearIfNotFinite();
         return;
     }
     for (size_t i = head; i < framesPerBuffer; ++i) {
@@ -176,6 +182,38 @@ void Iir::process(const scalar* in, scalar* out, size_t framesPerBuffer) {
     }
     std::copy_n(in + framesPerBuffer - history, history, xHistory.begin());
     std::copy_n(out + framesPerBuffer - history, history, yHistory.begin());
+    clearIfNotFinite();
+}
+
+void Iir::settle(const std::vector<scalar*>& in, size_t frames) {
+    reset();
+    if (xHistory.empty()) {
+        return;
+    }
+    const scalar input = in.empty() || in[0] == nullptr ? 0.0f : in[0][0];
+    const double gain = std::accumulate(reversedB.begin(), reversedB.end(), 0.0);
+    const double feedback = std::accumulate(reversedA.begin(), reversedA.end(), 1.0);
+    const double steady = static_cast<double>(input) * gain / feedback;
+    const scalar out = std::isfinite(steady) ? static_cast<scalar>(steady) : 0.0f;
+    const auto history = static_cast<std::ptrdiff_t>(taps - 1);
+    std::fill(xHistory.begin(), xHistory.begin() + history, input);
+    std::fill(yHistory.begin(), yHistory.begin() + history, out);
+    std::fill_n(buffer.get(), std::min(frames, static_cast<size_t>(maxBlockSize)), out);
+}
+
+// As in the fixed orders: a value that is not finite would stay in the recursion for ever.
+void Iir::clearIfNotFinite() {
+    if (xHistory.empty()) {
+        return;
+    }
+    const auto history = static_cast<std::ptrdiff_t>(taps - 1);
+    scalar sum = 0.0f;
+    for (auto* values : {&xHistory, &yHistory}) {
+        sum = std::accumulate(values->begin(), values->begin() + history, sum);
+    }
+    if (!std::isfinite(sum)) {
+        reset();
+    }
 }
 
 Filter::IterationResults& Iir::iteration(const IterationResults& in, size_t, int32) {
@@ -193,6 +231,7 @@ size_t Iir::endIteration(size_t frame) {
               xHistory.begin());
     std::copy(yHistory.begin() + 1, yHistory.begin() + static_cast<std::ptrdiff_t>(history + 1),
               yHistory.begin());
+    clearIfNotFinite();
     return frame;
 }
 

@@ -38,6 +38,8 @@ public:
     IterationResults& iteration(const IterationResults& in, size_t frame,
                                 int32 iteration) override;
     size_t endIteration(size_t frame) override;
+    /// At once, as the fixed orders: y = x·Σb / (1 + Σa).
+    void settle(const std::vector<scalar*>& in, size_t frames) override;
     /// Growing the block size loses the state.
     void setMaxBlockSize(int32 maxBlockSize) override;
     void reset() override;
@@ -50,6 +52,8 @@ public:
 
 private:
     void allocateHistories();
+    /// Clears the histories when a value in them is not finite.
+    void clearIfNotFinite();
     void checkCoefficientLengths() const;
     /// y at history position `at`, from the T inputs and T − 1 outputs before it.
     scalar historyOutput(size_t at) const;

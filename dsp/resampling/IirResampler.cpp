@@ -8,6 +8,7 @@
 #include "runtime/Driver.h"
 #include "runtime/Exceptions.h"
 #include "runtime/Graph.h"
+#include "runtime/Limits.h"
 
 #include <cmath>
 
@@ -20,16 +21,22 @@ void IirResampler::propertyChanged(const std::string& propertyName, scalar value
     if (propertyName != "Factor") {
         throw InvalidArgumentException("IirInterpolator: Unknown property " + propertyName);
     }
-    factor = static_cast<int32>(std::floor(static_cast<double>(value + 0.5f)));
+    const double rounded = std::floor(static_cast<double>(value + 0.5f));
+    limits::requireAtMost(className, "Factor", rounded, limits::factor);
+    // Below 1 the element keeps a factor that `process` refuses.
+    factor = rounded < 1.0 ? 0 : static_cast<int32>(rounded);
     auto owner = context.lock();
-    if (!owner) {
+    if (!owner || factor < 1) {
         return;
     }
-    if (auto graph = owner->getGraph()) {
-        graph->setMultiplier(graphMultiplier(static_cast<double>(value)));
-    }
-    if (auto driver = owner->getDriver()) {
-        driver->setGraphsChanged();
+    // The graph's ratio is the element's whole factor, so that the rates downstream match the
+    // frames this element makes; an unchanged ratio costs no redesign.
+    const auto graph = owner->getGraph();
+    if (graph && graph->getMultiplier() != graphMultiplier(factor)) {
+        graph->setMultiplier(graphMultiplier(factor));
+        if (auto driver = owner->getDriver()) {
+            driver->setGraphsChanged();
+        }
     }
 }
 
@@ -74,6 +81,7 @@ void IirResampler::readSettings(const Properties& settings) {
             throw InvalidArgumentException(
                 concat(className, ": Order must be greater than zero. Order=", order));
         }
+        limits::requireAtMost(className, "Order", order, limits::designedOrder);
     }
     requireProperty(settings, "Factor", factor, intParser,
                     NodaraException(concat(className, ": Factor must be specified")));
@@ -81,10 +89,12 @@ void IirResampler::readSettings(const Properties& settings) {
         throw InvalidArgumentException(
             concat(className, ": Factor must be greater than 0. Factor=", factor));
     }
+    limits::requireAtMost(className, "Factor", factor, limits::factor);
     if (readProperty(settings, "Cascade", cascade, intParser) && cascade < 2) {
         throw InvalidArgumentException(
             concat(className, ": Cascade must be greater than 1. Cascade=", cascade));
     }
+    limits::requireAtMost(className, "Cascade", cascade, limits::cascade);
 }
 
 void IirResampler::buildStages() {

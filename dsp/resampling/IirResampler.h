@@ -14,7 +14,8 @@ namespace nodara {
 /// run time, which moves the rates of every graph downstream through the driver.
 ///
 /// Properties: CornerFrequency (Hz), Type ("Bessel", "Butterworth" or "BiQuad"), Order
-/// (Bessel and Butterworth), Factor, optional Cascade (at least 2; one stage when absent).
+/// (Bessel and Butterworth), Factor, optional Cascade (at least 2; one stage when absent);
+/// Order, Factor and Cascade within the document limits.
 /// Each stage is a BiQuad at order 2, an Iir otherwise. The stages stay silent until the
 /// first sample rate arrives. BiQuad stages run side by side in vector lanes (CascadeLanes),
 /// with the same bits as one after another; they then keep only the coefficients, and the
@@ -27,8 +28,9 @@ public:
     using Filter::init;
     using Filter::process;
     using Filter::propertyChanged;
-    /// "Factor": rounds it for the element, sets the unrounded rate ratio on the graph and tells
-    /// the driver; the redesign follows at the head of the next block.
+    /// "Factor": rounds it, and when the whole factor changes, sets the graph's rate ratio to it
+    /// and tells the driver; the redesign follows at the head of the next block. Refuses a
+    /// factor above the document limit (and one that is not a number).
     void propertyChanged(const std::string& name, scalar value) override;
     void init(const std::string& name, std::shared_ptr<DSPContext>& context) override;
     void init(const std::string& name, const Properties& properties,

@@ -71,7 +71,13 @@ TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
     EXPECT_EQ(targetValues("Vol", 0.5f), std::vector<scalar>(2, 0.002f * 0.5f));
     EXPECT_EQ(targetValues("Oversampling", 0.0f), std::vector<scalar>(4, 2.0f));
     EXPECT_EQ(targetValues("Oversampling", 1.0f), std::vector<scalar>(4, 8.0f));
-    EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, scalar(std::pow(2.0, 1.5))));
+    EXPECT_EQ(targetValues("Oversampling", 0.24f), std::vector<scalar>(4, 2.0f));
+    EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, 4.0f));
+    EXPECT_EQ(targetValues("Oversampling", 0.74f), std::vector<scalar>(4, 4.0f));
+    EXPECT_EQ(targetValues("Oversampling", 0.75f), std::vector<scalar>(4, 8.0f));
+    EXPECT_EQ(targetValues("Oversampling", NAN), std::vector<scalar>(4, 2.0f)) << "not a number is 0";
+    EXPECT_EQ(targetValues("Input", 1e30f), std::vector<scalar>(2, 4.0f)) << "beyond 1 is 1";
+    EXPECT_EQ(targetValues("Vol", -3.0f), std::vector<scalar>(2, 0.0f));
     EXPECT_EQ(targetValues("Cabinet", 0.0f), std::vector<scalar>(2, 1.0f));
     EXPECT_EQ(targetValues("CPU", 1.0f), (std::vector<scalar>{1.0f, 1.0f, 0.0f, 1.0f, 1.0f, 0.0f}));
     EXPECT_EQ(targetValues("Input", 0.5f), std::vector<scalar>(2, 1.0f));
@@ -164,6 +170,9 @@ TEST(Amplifier, BlockSizeChangesOnlyTheConvolutionsRounding) {
 }
 
 TEST(Amplifier, SteadyStateBlocksAllocateNothingEvenWhileKnobsMove) {
+    if (!nodara::testing::callsAreCounted()) {
+        GTEST_SKIP() << "a sanitizer's build counts nothing";
+    }
     auto driver = amplifier(48000.0f, 256, {{"CPU", 1.0f}, {"Stereo", 1.0f}});
     const auto input = nodara::testing::testSignal(256);
     auto* samples = const_cast<scalar*>(input.data());
@@ -177,8 +186,30 @@ TEST(Amplifier, SteadyStateBlocksAllocateNothingEvenWhileKnobsMove) {
     };
     blocks(1);
     EXPECT_EQ(blocks(20), 0);
-    (*driver->getControls())[0]->setValue(0.9f); // the mapping runs here, on the writer's thread
-    EXPECT_EQ(blocks(1), 0) << "the wiper's new coefficients are computed on the audio thread without allocating";
+    auto& controls = *driver->getControls();
+    // The mapping runs here, on the writer's thread; only a new oversampling factor redesigns.
+    const std::pair<size_t, float> moves[] = {{0, 0.9f}, {7, 0.0f}, {7, 1.0f}, {3, 0.6f},
+                                              {3, 0.26f}, {5, 0.0f}, {5, 1.0f}, {4, 0.0f}};
+    for (const auto& [control, value] : moves) {
+        controls[control]->setValue(value);
+        EXPECT_EQ(blocks(1), 0) << controls[control]->getName() << " to " << value;
+    }
+}
+
+// A host automating the switch reaches every position between the three it shows.
+TEST(Amplifier, EveryOversamplingPositionSoundsAlike) {
+    auto driver = amplifier(48000.0f, 256, {{"Cabinet", 0.0f}});
+    const auto input = sine(1000.0, 48000.0, 256 * 16, 0.05);
+    const auto levelAt = [&](float position) {
+        (*driver->getControls())[3]->setValue(position);
+        const auto out = render(*driver, input, 256)[0];
+        EXPECT_TRUE(allFinite(out)) << position;
+        return 20.0 * std::log10(amplitudeAt(out, 1000.0, 48000.0, out.size() / 2));
+    };
+    const double reference = levelAt(0.5f);
+    for (int step = 0; step <= 100; ++step) {
+        ASSERT_NEAR(levelAt(0.01f * float(step)), reference, 3.0) << "position " << step << "%";
+    }
 }
 
 TEST(Amplifier, RunsAtCommonSampleRates) {

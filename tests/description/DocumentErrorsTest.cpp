@@ -102,6 +102,15 @@ std::string iterative(const std::string& relative, const std::string& absolute,
                "<NumberOfInputs>1</NumberOfInputs>");
 }
 
+/// An interpolator A with one of its settings replaced by `change`.
+std::string resampler(const std::string& change) {
+    std::string settings = "CornerFrequency='15000' Factor='2' Order='2' Cascade='4' Type='Butterworth' ";
+    const std::string key = change.substr(0, change.find('=') + 1);
+    const size_t at = settings.find(key);
+    settings.erase(at, settings.find(' ', at) - at + 1);
+    return made("IirInterpolator", settings + change);
+}
+
 /// The plain graph with one control whose attributes and content are `text`.
 std::string control(const std::string& text) {
     return system(plainGraph, "<Controls><Control " + text + "</Control></Controls>");
@@ -227,10 +236,25 @@ std::vector<ErrorCase> errorCases() {
          "DSPGraph: AbsoluteTollerance must be greater than 0. AbsoluteTollerance=-1", invalid},
         {iterative("1", "1", "0"),
          "DSPGraph: MaxIterations must be greater than 0. MaxIterations=0", invalid},
+        {iterative("1", "1", "50000000"),
+         "DSPGraph: MaxIterations must be at most 1000. MaxIterations=50000000", invalid},
+        {resampler("Cascade='8000000'"),
+         "IirInterpolator: Cascade must be at most 64. Cascade=8000000", invalid},
+        {resampler("Factor='100'"), "IirInterpolator: Factor must be at most 16. Factor=100",
+         invalid},
+        {resampler("Order='11'"), "IirInterpolator: Order must be at most 10. Order=11", invalid},
+        {made("Iir", "Order='65' A='0' B='1'"), "Iir A: Order must be at most 64. Order=65",
+         invalid},
+        {made("Convolver", "MaxIRSize='2000000000'"),
+         "Convolver A: MaxIRSize must be at most 1048576. MaxIRSize=2000000000", invalid},
+        {made("Switch", "NumberOfInputs='1000000000'"),
+         "Element A: NumberOfInputs must be at most 65536. NumberOfInputs=1000000000", invalid},
         {system(up + gainGraph("Mix", "", "<Input Graph='Up' Node='out'/>" + fromSystem, 2)),
          "Invalid input multipliers for graph Mix"},
         {system(up, "<Outputs><Output Graph='Up' Node='out'/></Outputs>"),
          "Invalid multiplier. Expected 1 but got 2"},
+        {system(gainGraph("Up", "Multiplier='1000'", fromSystem)),
+         "Driver: graph Up: rate multiplier must be at most 256. rate multiplier=1000", invalid},
         {system(gainGraph("P", "", "<Input Graph='Q' Node='out'/>") +
          gainGraph("Q", "", "<Input Graph='P' Node='out'/>")), "Graphs do not form a DAG."},
         {system(graph("Name='C' Type='MNA'", "")), "No elements in graph C"},

@@ -110,7 +110,8 @@ TEST(Oversampling, StagesInLanesGiveTheBitsOfTheStagesOneAfterAnother) {
     }
 }
 
-TEST(Oversampling, FactorChangesRoundForTheElementAndNotForTheGraph) {
+// The graph's rate must follow the frames the element makes: both take the rounded factor.
+TEST(Oversampling, FactorChangesRoundForTheElementAndTheGraphAlike) {
     const std::string settings = "CornerFrequency='15000' Factor='2' Order='2' Type='Butterworth'";
     auto driver = driverFor(oneGraphSystem(element("IirInterpolator", "I", settings, "Graph"),
                                            "I"));
@@ -118,9 +119,27 @@ TEST(Oversampling, FactorChangesRoundForTheElementAndNotForTheGraph) {
         dynamic_cast<IirInterpolator&>(*driver->getGraph("G")->getContext()->getElement("I"));
     interpolator.propertyChanged("Factor", 2.4f);
     EXPECT_EQ(interpolator.getFactor(), 2);
-    EXPECT_DOUBLE_EQ(driver->getGraph("G")->getMultiplier(), static_cast<double>(2.4f));
+    EXPECT_EQ(driver->getGraph("G")->getMultiplier(), 2.0);
     interpolator.propertyChanged("Factor", 2.5f);
     EXPECT_EQ(interpolator.getFactor(), 3);
+    EXPECT_EQ(driver->getGraph("G")->getMultiplier(), 3.0);
+    for (float refused : {17.0f, 1e30f, NAN}) {
+        EXPECT_THROW(interpolator.propertyChanged("Factor", refused), InvalidArgumentException);
+    }
+}
+
+// A knob between its positions, or a document factor such as 3, must give a clean sound: the
+// rates of the graphs between the two elements follow the whole factor.
+TEST(Oversampling, EveryFactorValueKeepsTheSignal) {
+    auto driver = driverFor(oversampledChain(), 256);
+    auto& control = *(*driver->getControls())[0];
+    const auto input = sine(1000.0, 48000.0, 256 * 12, 0.5);
+    for (float value = 1.0f; value <= 8.5f; value += 0.25f) {
+        control.setValue(value);
+        const auto out = runBlocks(*driver, {input}, 256)[0];
+        const std::vector<scalar> last(out.end() - 2048, out.end());
+        ASSERT_NEAR(decibels(last, 1000.0, 48000.0), 0.0, 0.2) << "Factor " << value;
+    }
 }
 
 TEST(Oversampling, FactorSwitchedWhileRunningMovesTheRatesAndKeepsTheSignal) {

@@ -251,5 +251,23 @@ TEST(RecursiveFilters, FeedbackLoopsRunSampleBySampleAndIteratively) {
     }
 }
 
+// A NaN or an infinity would stay in the recursion for ever; the block after it is clean.
+TEST(RecursiveFilters, AValueThatIsNotFiniteLeavesNothingBehind) {
+    std::vector<scalar> bad = testSignal(64);
+    bad[40] = NAN;
+    bad[50] = INFINITY;
+    const auto clean = testSignal(64);
+    const auto check = [&](auto& filter, const char* name) {
+        inBlocks(filter, bad, 64);
+        EXPECT_TRUE(allFinite(inBlocks(filter, clean, 64))) << name;
+    };
+    auto biquad = ready<BiQuad>("A=-1.6|0.64 B=0.01|0.02|0.01");
+    auto first = ready<FirstOrderIIR>("A=-0.9995 B=1|-1");
+    auto general = ready<Iir>("Order=3 A=-0.5|0.1|0.01 B=1|0.5|0.2|0.1");
+    check(*biquad, "BiQuad");
+    check(*first, "FirstOrderIIR");
+    check(*general, "Iir");
+}
+
 } // namespace
 } // namespace nodara::testing

@@ -98,6 +98,7 @@ TEST(WaveConvolverTest, ResponsesAreConditionedBeforeTheHandOver) {
         {"cut to MaxIRSize before the mean is removed", "MaxIRSize=4 Scale=true",
          {1, 2, 3, 6, 100, 100}, {-2, -1, 0, 3}},
         {"trimmed before the cut", "MaxIRSize=3", {1, 2, 0, 0, 0}, {1, 2}},
+        {"a pre-delay does not count", "MaxIRSize=2", {0, 0, 0, 1, 2, 3}, {0, 0, 0, 1, 2}},
         {"gain", "Gain=0.25", {1, -2}, {0.25f, -0.5f}},
         {"mean removal, then gain", "Scale=true Gain=2", {1, 3}, {-2, 2}},
         {"Scale is true only for \"true\"", "Scale=True", {1, 3}, {1, 3}},

@@ -1,5 +1,6 @@
 #include "support/Documents.h"
 #include "support/Recorder.h"
+#include "support/Signals.h"
 
 #include <gtest/gtest.h>
 
@@ -54,7 +55,8 @@ TEST(Driver, SwitchingRateChangingGraphsMovesTheRatesAtTheNextBlock) {
     const auto input = testSignal(10);
     const auto output = runBlocks(*system.driver, {input}, 10)[0];
     EXPECT_EQ(system.driver->getMultipliers()[1], 1.0);
-    EXPECT_EQ(down.rates.back(), 48000.0f);
+    EXPECT_EQ(down.rates.back(), 96000.0f)
+        << "a bypassed graph keeps the rate it runs at when switched back in: no redesign";
     EXPECT_EQ(down.blocks.size(), 1u) << "a bypassed graph runs no filter";
     EXPECT_EQ(output, input);
 }
@@ -85,6 +87,10 @@ TEST(Driver, RefusesBlocksItCannotRun) {
               "Driver: Cannot process. Driver is in the suspend state.");
     unset->setSuspended(false);
     EXPECT_NO_THROW(unset->process({input.data()}, 4));
+    for (int32 frames : {-1, 5}) {
+        EXPECT_EQ(messageOf([&] { unset->process({input.data()}, frames); }),
+                  concat("Driver: Cannot process a block of ", frames, " frames. maxBlockSize=4"));
+    }
     EXPECT_EQ(messageOf([&] { unset->process({}, 4); }),
               "Driver: the system reads input 0 but 0 input(s) were given.");
     EXPECT_EQ(messageOf([&] { unset->getGraph("H"); }), "H is not a valid graph name.");
@@ -148,6 +154,23 @@ TEST(Driver, OutputDoesNotDependOnTheBlockSize) {
             EXPECT_EQ(runBlocks(*driverFor(document, int32(block)), {input}, block)[0], expected)
                 << "block " << block;
         }
+    }
+}
+
+// A stage whose output sits at 5 V for silence feeds a coupling high pass: from rest, the
+// first block would carry the whole step. Settling brings it to its operating point, also
+// while the graph is off, so that neither a start nor switching the graph in thumps.
+TEST(Driver, SettlingStartsEveryGraphAtItsOperatingPoint) {
+    const std::string elements =
+        element("LookupTableFilter", "T", "VinMin='-1' VinMax='1' DeltaV='1' Vout='5|5|5'",
+                "Graph") +
+        element("FirstOrderIIR", "H", "A='-0.999' B='1|-1'", "T");
+    for (const std::string off : {"0", "1"}) {
+        auto driver = driverFor(oneGraphSystem(elements, "H", "", controlOf(off, target("Off"))));
+        driver->settle();
+        (*driver->getControls())[0]->setValue(0.0f);
+        const auto out = runBlocks(*driver, {std::vector<scalar>(64)}, 64)[0];
+        EXPECT_LT(peak(out), 1e-6) << "off " << off;
     }
 }
 

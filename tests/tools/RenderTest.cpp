@@ -84,6 +84,20 @@ TEST(Render, FailuresExitOneNameTheCauseAndLeaveNoOutput) {
     }
 }
 
+// Hosts have no answer to a refused rate but the effect's report: the render fails with it.
+TEST(Render, ARateTheEffectRefusesFailsWithTheEffectsReasonAlone) {
+    const auto out = scratch() / "refused.wav";
+    const auto result = render(written("low-rate.wav", Audio{1, 8000, std::vector<float>(800)}),
+                               "refused.wav", "");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_NE(result.err.find("the amplifier runs at sample rates above 20000 Hz and up to "
+                              "768000 Hz, not 8000 Hz"),
+              std::string::npos)
+        << result.err;
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
 TEST(Render, UsageMistakesExitTwo) {
     const auto in = written("usage-in.wav", tone(1, 10));
     EXPECT_EQ(torvane("render --help").exitCode, 0);

@@ -137,10 +137,37 @@ TEST(Usage, HelpAndMistakes) {
         EXPECT_EQ(help.exitCode, 0) << command;
         EXPECT_NE(help.out.find("Usage: torvane"), std::string::npos) << command;
     }
-    EXPECT_EQ(torvane("frobnicate").exitCode, 2);
     const std::string gainChain = "run " + example("gain-chain.xml") + " --in x.wav";
     for (const char* more : {"", " --out y.wav --block 0", " --out y.wav --set Level"}) {
         EXPECT_EQ(torvane(gainChain + more).exitCode, 2) << more;
+    }
+}
+
+// A failure is one line on stderr, and a usage error one more with the hint; no output file
+// is left behind.
+TEST(Usage, EveryFailureIsOneLineAndLeavesNoFile) {
+    const auto in = written("failing-in.wav", tone(1, 1000));
+    const auto out = (scratch() / "failing-out.wav").string();
+    const std::string io = " --in " + in.string() + " --out " + out;
+    const std::pair<std::string, int> cases[] = {
+        {"frobnicate", 2},
+        {"check /no/such.xml", 2},
+        {"check " + in.string(), 1},
+        {"run " + example("gain-chain.xml") + io + " --block 0", 2},
+        {"run " + example("gain-chain.xml") + io + " --set Volume=1", 1},
+        {"amp" + io + " --rate 8000", 1},
+        {"amp" + io + " --set Gain=loud", 2},
+        {"render" + io + " --block 100000", 1},
+        {"tables V9 --csv", 1},
+        {"design --family bessel --order 2 --fc 0.5", 1},
+    };
+    for (const auto& [arguments, exitCode] : cases) {
+        const ToolResult result = torvane(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << arguments;
+        const auto lines = std::count(result.err.begin(), result.err.end(), '\n');
+        EXPECT_EQ(lines, exitCode == 2 && result.err.find("Run 'torvane") != std::string::npos ? 2 : 1)
+            << arguments << ": " << result.err;
+        EXPECT_FALSE(std::filesystem::exists(out)) << arguments;
     }
 }
 

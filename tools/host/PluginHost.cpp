@@ -234,6 +234,7 @@ void PluginHost::prepare(double sampleRate, int maxBlock, ChannelLayout layout) 
     }
     rate = sampleRate;
     blockFrames = maxBlock;
+    StderrCapture reports;
     dispatch(vst2::effSetSampleRate, 0, 0, nullptr, static_cast<float>(sampleRate));
     dispatch(vst2::effSetBlockSize, 0, maxBlock);
     vst2::VstSpeakerArrangement input{};
@@ -241,6 +242,7 @@ void PluginHost::prepare(double sampleRate, int maxBlock, ChannelLayout layout) 
     input.numChannels = layout == ChannelLayout::mono ? 1 : 2;
     vst2::VstSpeakerArrangement output = input;
     dispatch(vst2::effSetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&input), &output);
+    failOnReport(reports);
     prepared = true;
 }
 
@@ -248,8 +250,18 @@ void PluginHost::resume() {
     if (!prepared) {
         throw std::logic_error("PluginHost: resume before prepare");
     }
+    StderrCapture reports;
     dispatch(vst2::effMainsChanged, 0, 1);
+    failOnReport(reports);
     resumed = true;
+}
+
+// The interface has no way to refuse a setting but a report on stderr; the effect would then
+// play silence, and a render of silence is no render.
+void PluginHost::failOnReport(StderrCapture& reports) const {
+    if (const std::string report = firstLine(reports.finish()); !report.empty()) {
+        fail(report);
+    }
 }
 
 void PluginHost::suspend() {

@@ -2,6 +2,7 @@
 
 #include "plugin/Vst2Abi.h"
 #include "tools/host/SharedLibrary.h"
+#include "tools/host/StderrCapture.h"
 
 #include <functional>
 #include <optional>
@@ -68,7 +69,8 @@ public:
     const PluginIdentity& identity() const { return pluginIdentity; }
 
     /// Tells the effect its sample rate (Hz), its largest block (frames) and the arrangement.
-    /// Only while suspended.
+    /// Only while suspended. An effect that reports anything on stderr meanwhile has refused
+    /// the set-up: that report becomes the failure, as in `resume`.
     void prepare(double sampleRate, int maxBlockFrames, ChannelLayout layout);
     /// effMainsChanged 1; blocks may follow. Only after `prepare`.
     void resume();
@@ -116,6 +118,7 @@ private:
     template <class Call>
     auto guarded(const char* call, Call&& body) const;
     [[noreturn]] void fail(const std::string& what) const;
+    void failOnReport(StderrCapture& reports) const;
 
     std::string libraryPath;
     SharedLibrary library;  ///< declared before the effect, so it outlives it

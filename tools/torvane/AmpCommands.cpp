@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <iostream>
-#include <sstream>
 #include <stdexcept>
 
 namespace torvane::cli {
@@ -50,17 +49,9 @@ private:
     std::vector<nodara::scalar*> inputs{nullptr, nullptr};
 };
 
-/// Below this rate the oversampling filters (cut at 15 and 20 kHz) cannot be designed and the
-/// amplifier is silent; above the top one the cabinet response alone would take gigabytes.
-constexpr double lowestRate = 20000.0;
-constexpr double highestRate = 768000.0;
-
 void requireAmplifierRate(double rate) {
-    if (rate <= lowestRate || rate > highestRate) {
-        std::ostringstream message;
-        message << "the amplifier runs at sample rates above " << lowestRate << " Hz and up to "
-                << highestRate << " Hz, not " << rate << " Hz";
-        throw std::runtime_error(message.str());
+    if (const std::string problem = amplifierRateProblem(rate); !problem.empty()) {
+        throw std::runtime_error(problem);
     }
 }
 

@@ -65,6 +65,7 @@ void runFile(nodara::Driver& driver, AudioReader& reader, const FileRunOptions& 
     driver.setMaxBlockSize(options.blockSize);
     BlockLoop loop(driver.getControls(), options.settings);
     loop.applyInitialSettings();
+    driver.settle();
     AudioWriter writer(options.output, outputChannels, reader.sampleRate());
     loop.run(reader, writer, static_cast<size_t>(options.blockSize), process);
     writer.commit();

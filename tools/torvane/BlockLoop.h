@@ -36,7 +36,8 @@ private:
 };
 
 /// Runs `reader` through `driver` into `options.output` with `outputChannels` channels: tells
-/// the driver its rate and block size, applies the settings and commits the file at the end.
+/// the driver its rate and block size, applies the settings, settles the system as a host
+/// start does, and commits the file at the end.
 void runFile(nodara::Driver& driver, AudioReader& reader, const FileRunOptions& options,
              int outputChannels, const BlockProcessor& process);
 

@@ -213,7 +213,8 @@ int main(int argc, char** argv) {
     const std::string name = words[0];
     auto found = commands().find(name);
     if (found == commands().end()) {
-        std::cerr << "torvane: unknown command \"" << name << "\"\n\n" << toolUsage;
+        std::cerr << "torvane: unknown command \"" << name << "\"\n"
+                  << "Run 'torvane --help' for the commands.\n";
         return 2;
     }
     Arguments arguments(std::vector<std::string>(words.begin() + 1, words.end()));
