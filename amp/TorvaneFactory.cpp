@@ -1,6 +1,6 @@
 #include "amp/TorvaneFactory.h"
 
-#include "amp/FilterWrapper.h"
+#include "amp/networks/FilterWrapper.h"
 #include "amp/Newton.h"
 #include "runtime/Exceptions.h"
 

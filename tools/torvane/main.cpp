@@ -1,5 +1,5 @@
-#include "tools/torvane/Commands.h"
-#include "tools/torvane/OpCommand.h"
+#include "tools/torvane/commands/Commands.h"
+#include "tools/torvane/commands/OpCommand.h"
 
 #include "runtime/Exceptions.h"
 

@@ -1,6 +1,6 @@
 #include "tools/torvane/AudioFiles.h"
 #include "tools/torvane/BlockLoop.h"
-#include "tools/torvane/Commands.h"
+#include "tools/torvane/commands/Commands.h"
 
 #include "amp/Amplifier.h"
 #include "amp/EmbeddedData.h"

@@ -1,4 +1,4 @@
-#include "amp/VolCtrlPropertiesHandler.h"
+#include "amp/networks/VolCtrlPropertiesHandler.h"
 
 #include "runtime/Exceptions.h"
 

@@ -1,4 +1,4 @@
-#include "amp/VolumeControl.h"
+#include "amp/networks/VolumeControl.h"
 
 #include "dsp/recursive/BiQuad.h"
 #include "runtime/Exceptions.h"

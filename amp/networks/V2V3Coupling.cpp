@@ -1,4 +1,4 @@
-#include "amp/V2V3Coupling.h"
+#include "amp/networks/V2V3Coupling.h"
 
 #include "dsp/recursive/FirstOrderIIR.h"
 

@@ -1,6 +1,6 @@
-#include "tools/torvane/OpCommand.h"
+#include "tools/torvane/commands/OpCommand.h"
 
-#include "tools/torvane/Commands.h"
+#include "tools/torvane/commands/Commands.h"
 
 #include "amp/Amplifier.h"
 #include "circuit/Circuit.h"

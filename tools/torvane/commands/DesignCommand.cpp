@@ -1,4 +1,4 @@
-#include "tools/torvane/Commands.h"
+#include "tools/torvane/commands/Commands.h"
 
 #include "filterdesign/Design.h"
 

@@ -1,5 +1,5 @@
 #include "tools/torvane/AudioFiles.h"
-#include "tools/torvane/Commands.h"
+#include "tools/torvane/commands/Commands.h"
 #include "tools/torvane/ProgressBar.h"
 
 #include "tools/demo/GuitarRiff.h"

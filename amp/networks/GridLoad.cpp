@@ -1,4 +1,4 @@
-#include "amp/GridLoad.h"
+#include "amp/networks/GridLoad.h"
 
 #include "runtime/DSPContext.h"
 

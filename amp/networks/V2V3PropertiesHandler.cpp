@@ -1,4 +1,4 @@
-#include "amp/V2V3PropertiesHandler.h"
+#include "amp/networks/V2V3PropertiesHandler.h"
 
 namespace torvane {
 

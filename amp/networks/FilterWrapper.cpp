@@ -1,4 +1,4 @@
-#include "amp/FilterWrapper.h"
+#include "amp/networks/FilterWrapper.h"
 
 #include "runtime/Exceptions.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "amp/WrappedFilterPropertyCalculator.h"
+#include "amp/networks/WrappedFilterPropertyCalculator.h"
 
 namespace torvane {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "amp/GridLoad.h"
+#include "amp/networks/GridLoad.h"
 #include "dsp/recursive/FixedOrderIIR.h"
 #include "runtime/PropertiesHandler.h"
 
