@@ -59,7 +59,7 @@ void SuccessiveApproximationsSolver::recompute() {
     if (!invertible) {
         return;
     }
-    inverse = system.inverse();
+    system.invert(inverse);
     pack(packedInverse, inverse);
 }
 
