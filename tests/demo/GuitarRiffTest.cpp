@@ -43,43 +43,6 @@ TEST(GuitarRiff, IsNeverSilentForLong) {
     }
 }
 
-/// Notes whose starts lie within `spread` seconds of each other, grouped.
-std::vector<std::vector<RiffNote>> onsets(double spread) {
-    std::vector<std::vector<RiffNote>> groups;
-    for (const auto& note : riffNotes()) {
-        if (groups.empty() || note.start - groups.back().back().start > spread) {
-            groups.emplace_back();
-        }
-        groups.back().push_back(note);
-    }
-    return groups;
-}
-
-TEST(GuitarRiff, PlaysPalmMutesSingleNotesDoubleStopsAndStrummedChords) {
-    const auto notes = riffNotes();
-    EXPECT_GE(std::count_if(notes.begin(), notes.end(), [](auto& n) { return n.palmMuted; }), 8);
-    int singles = 0, doubleStops = 0, chords = 0;
-    for (const auto& group : onsets(0.03)) {
-        singles += group.size() == 1;
-        doubleStops += group.size() == 2;
-        if (group.size() >= 4) {
-            ++chords;
-            // A strum: one string after another, a few milliseconds apart.
-            for (size_t i = 1; i < group.size(); ++i) {
-                const double gap = group[i].start - group[i - 1].start;
-                EXPECT_TRUE(gap > 0.002 && gap < 0.03) << gap;
-                EXPECT_EQ(std::abs(group[i].string - group[i - 1].string), 1);
-            }
-        }
-    }
-    EXPECT_TRUE(singles >= 8 && doubleStops >= 2 && chords >= 3)
-        << singles << " single notes, " << doubleStops << " double stops, " << chords << " chords";
-    for (const auto& note : notes) {
-        EXPECT_LT(note.start, note.release);
-        EXPECT_LE(note.release, torvane::demo::riffSeconds);
-    }
-}
-
 /// A note that sounds alone from 0.1 s to 0.4 s after its start: every other note has begun
 /// later or has been damped (its release plus 0.1 s) before.
 std::vector<RiffNote> notesHeardAlone() {
