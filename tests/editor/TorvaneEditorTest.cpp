@@ -15,25 +15,20 @@
 #include <fstream>
 #include <map>
 #include <string>
-#include <typeinfo>
-#include <vector>
 
 namespace {
 
 using namespace torvane;
 using nodara::testing::SyntheticPointer;
 
-/// An effect as the panel sees it: values from a table, every gesture written down.
+/// An effect as the panel sees it: values from a table, the gestures counted.
 struct RecordingHost : EditorHost {
     std::map<int, float> values;
-    std::vector<std::string> calls;
+    int edits = 0;
     float parameterValue(int index) override { return values[index]; }
-    void beginEdit(int index) override { calls.push_back("begin " + std::to_string(index)); }
-    void automate(int index, float value) override {
-        values[index] = value;
-        calls.push_back("automate " + std::to_string(index));
-    }
-    void endEdit(int index) override { calls.push_back("end " + std::to_string(index)); }
+    void beginEdit(int) override { ++edits; }
+    void automate(int, float) override { ++edits; }
+    void endEdit(int) override { ++edits; }
 };
 
 /// A top-level window to open the panel in, as a host gives one.
@@ -113,7 +108,7 @@ TEST(TorvaneEditor, HostValuesMoveWidgetsAtIdleWithoutCallingBack) {
     EXPECT_FLOAT_EQ(editor.getWidgets()[2]->value(), 0.25f) << "stored until the idle";
     editor.idle();
     EXPECT_FLOAT_EQ(editor.getWidgets()[2]->value(), 0.75f);
-    EXPECT_TRUE(host.calls.empty());
+    EXPECT_EQ(host.edits, 0);
     EXPECT_EQ(editor.protocolErrors(), 0);
 }
 
@@ -142,7 +137,7 @@ TEST(TorvaneEditor, TheDonateButtonOpensThePageOnEveryPress) {
         text = nodara::testing::readAll(opened);
     }
     EXPECT_EQ(text, "https://www.torvane.audio/donate?test\nhttps://www.torvane.audio/donate?test\n");
-    EXPECT_TRUE(host.calls.empty()) << "the button is no parameter";
+    EXPECT_EQ(host.edits, 0) << "the button is no parameter";
 }
 
 } // namespace
