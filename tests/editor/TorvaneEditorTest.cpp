@@ -4,7 +4,6 @@
 #include "amp/AmplifierDocument.h"
 #include "editor/DonateButton.h"
 #include "editor/TorvaneEditor.h"
-#include "runtime/Exceptions.h"
 #include "support/Tool.h"
 #include "support/VirtualDisplay.h"
 
@@ -74,24 +73,6 @@ TEST(TorvaneEditor, BuildsOneWidgetPerControlAtItsRectangle) {
     }
     EXPECT_EQ(widgets[0]->bitmap(), widgets[6]->bitmap()) << "the knobs share one picture";
     EXPECT_EQ(editor.getDonateButton()->rect(), (widgets::Rect{454, 237, 546, 263}));
-}
-
-TEST(TorvaneEditor, RefusesAnUnknownControlTypeAndLeavesNothingOpen) {
-    auto control = std::make_shared<nodara::Control>("Tone", "Tone", 0.5f);
-    control->setUIProperties({{"ControlType", "CSlider"}, {"Image", "fender-chicken.png"}});
-    auto controls = amplifierControls();
-    controls->push_back(control);
-    RecordingHost host;
-    TorvaneEditor editor(host, controls);
-    ParentWindow parent;
-    try {
-        editor.open(parent.window);
-        FAIL() << "an unknown type was accepted";
-    } catch (const nodara::NodaraException& error) {
-        EXPECT_EQ(error.getMessage(), "Invalid ControlType CSlider");
-    }
-    EXPECT_FALSE(editor.isOpen());
-    EXPECT_TRUE(nodara::testing::childWindows(parent.display, parent.window).empty());
 }
 
 TEST(TorvaneEditor, HostValuesMoveWidgetsAtIdleWithoutCallingBack) {
