@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <unistd.h>
 
 namespace nodara::testing {
 namespace {
