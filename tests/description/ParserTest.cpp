@@ -1,5 +1,4 @@
 #include "description/DSPElementFactory.h"
-#include "dsp/convolution/Convolver.h"
 #include "dsp/elements/Gain.h"
 #include "support/Documents.h"
 
@@ -83,14 +82,13 @@ public:
     int created = 0;
 };
 
-// No document here uses the plain convolver, so its type is checked directly.
+// The built-in table's entries show in the documents' messages; this is the order of lookup.
 TEST(Factory, BuiltInTypesWinOverPluginTypes) {
     DSPElementFactory factory;
     auto product = std::make_shared<ProductFactory>();
     factory.addPluginFactory(product);
-    std::unique_ptr<Filter> gain(factory.create("Gain")), convolver(factory.create("Convolver"));
+    std::unique_ptr<Filter> gain(factory.create("Gain"));
     EXPECT_EQ(product->created, 0);
-    EXPECT_NE(dynamic_cast<Convolver*>(convolver.get()), nullptr);
     std::unique_ptr<Filter> special(factory.create("Special"));
     EXPECT_EQ(product->created, 1);
     EXPECT_EQ(messageOf([&] { factory.create("Other"); }), "Unknown element type: Other");
