@@ -2,6 +2,9 @@
 #include "support/Tool.h"
 
 #include <gtest/gtest.h>
+#include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace nodara::testing {
 namespace {
@@ -48,8 +51,21 @@ TEST(Render, WithoutAnInputItRendersTenSecondsOfTheDemoRiff) {
     EXPECT_EQ(readWav(out).frames(), 441000u);
 }
 
-// Both qualities and a timed change of the oversampling: the host adds nothing and loses
-// nothing. A mono file gives a mono file, a stereo one a stereo one.
+// The two processes measure their own FFT plans, so the cabinet may round differently:
+// equal within a millionth of the peak.
+void expectEqualWithinRounding(const std::vector<float>& a, const std::vector<float>& b) {
+    ASSERT_EQ(a.size(), b.size());
+    float peak = 0, worst = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        peak = std::max(peak, std::abs(a[i]));
+        worst = std::max(worst, std::abs(a[i] - b[i]));
+    }
+    EXPECT_GT(peak, 0.01f);
+    EXPECT_LE(worst, 1e-6f * peak);
+}
+
+// Mono and stereo, both qualities and a timed change of the oversampling: the host adds
+// nothing and loses nothing.
 TEST(AmpCommand, MatchesTheSameSettingsRenderedThroughThePlugIn) {
     const auto direct = scratch() / "direct.wav", hosted = scratch() / "hosted.wav";
     const std::string settings = " --set CPU=1 --set Stereo=1 --set Oversampling=1@0.2";
@@ -60,7 +76,7 @@ TEST(AmpCommand, MatchesTheSameSettingsRenderedThroughThePlugIn) {
         ASSERT_EQ(render.exitCode, 0) << render.err;
         EXPECT_EQ(readWav(direct).channels, channels);
         EXPECT_EQ(readWav(direct).samples.size(), 20000u * channels);
-        EXPECT_EQ(readWav(direct).samples, readWav(hosted).samples);
+        expectEqualWithinRounding(readWav(direct).samples, readWav(hosted).samples);
     }
 }
 
