@@ -197,24 +197,21 @@ TEST(TubeTables, FullCurvesFoldBackUnderGridCurrent) {
     expectSteps("V3.full", 0, -1, true);
 }
 
-// The full circuits hold more parts, so their solutions may part in the last float step.
-TEST(TubeTables, VariantsAgreeUntilTheGridConducts) {
+TEST(TubeTables, VariantsAreIdenticalUntilTheGridConducts) {
     for (const auto& [low, full, vin] : {std::tuple{"V2.lowCPU", "V2.full", 1.0},
                                          std::tuple{"V3.lowCPU", "V3.full", 10.0}}) {
-        for (std::size_t i = 0; i <= table(low).grid.indexOf(vin); ++i) {
-            const double value = table(low).values[i];
-            ASSERT_NEAR(table(full).values[i], value, 2.0 * floatStep(value))
-                << full << " entry " << i;
-        }
+        for (std::size_t i = 0; i <= table(low).grid.indexOf(vin); ++i)
+            ASSERT_EQ(table(low).values[i], table(full).values[i]) << full << " entry " << i;
     }
 }
 
 TEST(TubeTables, StageCurvesAreSmooth) {
     for (const char* name : stageCurves) {
         const std::vector<float>& values = table(name).values;
-        // A stored value is off by at most half a float step; a departure weighs seven values
-        // with weights summing to 6.
-        expectSmooth({values.begin(), values.end()}, 3.0, name);
+        // The circuit engine solves in floats: a stored value is off by about a float step of
+        // solve noise besides its rounding; a departure weighs seven values with weights
+        // summing to 6.
+        expectSmooth({values.begin(), values.end()}, 8.0, name);
     }
 }
 
@@ -227,8 +224,9 @@ TEST(TubeTables, GridConductancesAreSmoothOnceConducting) {
         std::vector<double> conductance;
         for (auto r = std::next(firstConducting); r != resistance.end(); ++r)
             conductance.push_back(1.0 / *r);
-        // Each conductance inherits up to one float step from its stored resistance.
-        expectSmooth(conductance, 6.0, name);
+        // Each conductance inherits its resistance's rounding and the float solve's noise,
+        // about two float steps together.
+        expectSmooth(conductance, 12.0, name);
     }
 }
 

@@ -52,14 +52,20 @@ inline std::string sweptSource(const std::string& name, int input, const std::st
                 {plus, minus});
 }
 
+/// When a DC solve ends: no unknown moved by more than `absolute` (V or A) plus `relative` of
+/// itself in the last step. A relative tolerance much below a few float steps (1e-6 is about
+/// eight) leaves Newton's method dithering in the last bits until its iteration limit.
+struct Tolerances {
+    double relative;
+    double absolute;
+};
+
 /// A system of one circuit graph holding `parts`, whose swept sources read `inputs` system
 /// inputs and whose `outputs` node voltages are written out; solved in DC analysis by Newton's
-/// method until no unknown moves by more than `absoluteTolerance` (V or A, well below the
-/// smallest voltage read) plus 1e-6 of itself, some eight float steps: a tighter relative
-/// tolerance leaves the iteration dithering in the last bit until its limit.
+/// method to `tolerances`.
 inline std::string sweepDocument(const std::string& parts, int inputs,
                                  const std::vector<std::string>& outputs,
-                                 double absoluteTolerance) {
+                                 Tolerances tolerances) {
     std::string graph = "<Graph Name=\"Stage\" Type=\"MNA\">" + parts + "<Inputs>";
     for (int i = 0; i < inputs; ++i)
         graph += "<Input Graph=\"System\" Node=\"" + std::to_string(i) + "\"/>";
@@ -71,8 +77,9 @@ inline std::string sweepDocument(const std::string& parts, int inputs,
     }
     graph += "</Output><NumberOfInputs>" + std::to_string(inputs) +
              "</NumberOfInputs><Analysis Type=\"DC\"><Solver Type=\"NewtonRaphson\"><Properties "
-             "RelativeTollerance=\"1e-6\" AbsoluteTollerance=\"" +
-             number(absoluteTolerance) + "\" MaxIterations=\"5000\"/></Solver></Analysis></Graph>";
+             "RelativeTollerance=\"" +
+             number(tolerances.relative) + "\" AbsoluteTollerance=\"" +
+             number(tolerances.absolute) + "\" MaxIterations=\"5000\"/></Solver></Analysis></Graph>";
     return "<System><Graphs>" + graph + "</Graphs><Outputs>" + systemOutputs +
            "</Outputs></System>";
 }

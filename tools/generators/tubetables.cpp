@@ -206,9 +206,8 @@ std::vector<double> onGrid(const SweptCurve& curve, const TableGrid& grid) {
     return values;
 }
 
-/// The stages' solves end within 1 nV (or 1 nA) plus 1e-6 of each unknown: the plate
-/// voltages read are volts or more.
-constexpr double plateSideTolerance = 1e-9;
+/// The stages' solves: the voltages read are volts or more.
+constexpr Tolerances plateSideTolerance{1e-6, 1e-9};
 
 // ---- The triode stages ------------------------------------------------------------------------
 
@@ -316,6 +315,12 @@ SweptCurve sweepOutputStage(bool full, const TableGrid& grid) {
 /// resolve to 1e-13 V.
 constexpr double senseResistance = 1e-3;
 
+/// The grid curves' solves. Behind a series resistance Newton's method converges only
+/// linearly here, as the grid law's slope is (N − 1)/N of the true one, so the relative
+/// tolerance sits at about one float step: some points dither in the last bit until the
+/// iteration limit, which the curves' 1,600 points can afford.
+constexpr Tolerances gridTolerance{1e-7, 1e-13};
+
 /// A grid conducting `coefficient`·(V − onset)^1.5 A (a tube whose anode passes nothing)
 /// behind `series` ohms, swept over the table's voltages: its resistance V/I at each.
 std::vector<double> gridResistances(double onset, double coefficient, double series,
@@ -333,7 +338,7 @@ std::vector<double> gridResistances(double onset, double coefficient, double ser
     for (std::size_t i = 0; i < voltages.size(); ++i)
         voltages[i] = grid.vinAt(i);
     const std::vector<double> sensed =
-        sweep(sweepDocument(parts, 1, {"sense"}, 1e-13), {voltages})[0];
+        sweep(sweepDocument(parts, 1, {"sense"}, gridTolerance), {voltages})[0];
     std::vector<double> values(voltages.size());
     for (std::size_t i = 0; i < values.size(); ++i)
         values[i] = gridResistance(voltages[i], sensed[i] / senseResistance);
