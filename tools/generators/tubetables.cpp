@@ -5,7 +5,9 @@
 // per table. Every curve is a DC sweep of a small circuit document by the circuit engine, with
 // the engine's own tubes (the built-in sets, their laws computed directly, DoNotInterpolate):
 // one model of each tube in the code base. Nothing random or threaded enters, so the files are
-// the same bytes on every run of the same build on the same processor.
+// the same bytes on every run of the same build on the same processor (the engine's LU
+// divides by the processor's reciprocal estimate refined once, whose last bit may differ
+// between makers).
 //
 // STAGE CURVES: the plate voltage of a stage (V) over the voltage at its input (V).
 //
@@ -269,6 +271,8 @@ SweptCurve sweepTriodeStage(const GridNetwork& network, const std::string& catho
     return curve;
 }
 
+/// A 12AX7 grid with its law at `strength`, fed from `sourceResistance` and clamped, its
+/// grid current blocked when `blocked`.
 GridNetwork triodeGrid(double strength, double sourceResistance, bool blocked) {
     return {gridLaw(nodara::addTriodeSet, "12AX7", {{"Igc", number(strength * 3.14e-4)}}),
             sourceResistance, false, true, blocked};
