@@ -23,7 +23,8 @@ TEST(CircuitSweep, TriodeStageMeetsItsHandWorkedOperatingPointAndCutOff) {
         resistor("Rs", 41e3, "in", "grid") +
         part("Triode", "V", "Type=\"12AX7\" DoNotInterpolate=\"true\"",
              {"plate", "grid", "cathode"});
-    const auto swept = sweep(sweepDocument(stage, 1, {"plate", "cathode"}, {1e-6, 1e-9}), {{0.0, -8.0}});
+    const auto swept =
+        sweep(sweepDocument(stage, 1, {"plate", "cathode"}, {1e-6, 1e-9}), {{0.0, -8.0}});
     EXPECT_NEAR(swept[0][0], 176.687, 2e-3);
     EXPECT_NEAR(swept[1][0], 1.2497, 1e-4);
     EXPECT_NEAR(swept[0][1], 260.0, 1e-3);

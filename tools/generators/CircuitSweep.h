@@ -60,12 +60,18 @@ struct Tolerances {
     double absolute;
 };
 
+/// A system document to sweep, and the tolerances its solves end at.
+struct SweepDocument {
+    std::string text;
+    Tolerances tolerances;
+};
+
 /// A system of one circuit graph holding `parts`, whose swept sources read `inputs` system
 /// inputs and whose `outputs` node voltages are written out; solved in DC analysis by Newton's
 /// method to `tolerances`.
-inline std::string sweepDocument(const std::string& parts, int inputs,
-                                 const std::vector<std::string>& outputs,
-                                 Tolerances tolerances) {
+inline SweepDocument sweepDocument(const std::string& parts, int inputs,
+                                   const std::vector<std::string>& outputs,
+                                   Tolerances tolerances) {
     std::string graph = "<Graph Name=\"Stage\" Type=\"MNA\">" + parts + "<Inputs>";
     for (int i = 0; i < inputs; ++i)
         graph += "<Input Graph=\"System\" Node=\"" + std::to_string(i) + "\"/>";
@@ -79,20 +85,22 @@ inline std::string sweepDocument(const std::string& parts, int inputs,
              "</NumberOfInputs><Analysis Type=\"DC\"><Solver Type=\"NewtonRaphson\"><Properties "
              "RelativeTollerance=\"" +
              number(tolerances.relative) + "\" AbsoluteTollerance=\"" +
-             number(tolerances.absolute) + "\" MaxIterations=\"5000\"/></Solver></Analysis></Graph>";
-    return "<System><Graphs>" + graph + "</Graphs><Outputs>" + systemOutputs +
-           "</Outputs></System>";
+             number(tolerances.absolute) +
+             "\" MaxIterations=\"5000\"/></Solver></Analysis></Graph>";
+    return {"<System><Graphs>" + graph + "</Graphs><Outputs>" + systemOutputs +
+                "</Outputs></System>",
+            tolerances};
 }
 
-/// The output node voltages of `document` (made by sweepDocument) at each point of `inputs`
-/// (one run of values per system input, all of one length), each point starting from the
-/// solution of the one before. A solve that stops at its iteration limit leaves its last
-/// iterate, so each point is solved twice and a second solution that moved from the first is
-/// an error: the sweep converged everywhere or it fails.
-inline std::vector<std::vector<double>> sweep(const std::string& document,
+/// The output node voltages of `document` at each point of `inputs` (one run of values per
+/// system input, all of one length), each point starting from the solution of the one before.
+/// A solve that stops at its iteration limit leaves its last iterate, so each point is solved
+/// twice, and a second solution that moved by more than ten times the tolerances from the
+/// first is an error: the sweep converged everywhere or it fails.
+inline std::vector<std::vector<double>> sweep(const SweepDocument& document,
                                               const std::vector<std::vector<double>>& inputs) {
     auto driver = std::make_shared<nodara::Driver>();
-    std::istringstream text(document);
+    std::istringstream text(document.text);
     nodara::loadSystem(*driver, text);
     driver->setSampleRate(48000.0f);
     driver->setMaxBlockSize(2);
@@ -107,7 +115,9 @@ inline std::vector<std::vector<double>> sweep(const std::string& document,
         driver->process(channels, 2);
         for (size_t o = 0; o < outputs.size(); ++o) {
             const float* solved = (*driver->getOutputs())[o];
-            if (std::abs(solved[1] - solved[0]) > 1e-5f * std::abs(solved[1]) + 1e-6f)
+            const double allowed = 10.0 * (document.tolerances.absolute +
+                                           document.tolerances.relative * std::abs(solved[1]));
+            if (std::abs(solved[1] - solved[0]) > allowed)
                 throw std::runtime_error("the circuit did not converge at sweep point " +
                                          std::to_string(point) + ": " + number(solved[0]) +
                                          " then " + number(solved[1]));

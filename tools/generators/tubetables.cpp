@@ -238,7 +238,7 @@ double quiescentCathode() {
 /// into the grid, which input 1 holds above the cathode, so that the grid current enters the
 /// cathode. The tube's anode reads the grid voltage the anode sees (input 2); its own grid law
 /// is off (Igc 0), as the grid side carries it.
-std::string triodePlateSide(double sourceResistance, const std::string& cathode) {
+SweepDocument triodePlateSide(double sourceResistance, const std::string& cathode) {
     const std::string parts =
         triodeLoads(cathode) +
         part("Triode", "V", twelveAX7 + " Igc=\"0\"", {"plate", "seen", "cathode"}) +
@@ -284,7 +284,7 @@ constexpr double outputBias = 14.355;
 
 /// The output stage's plate side: 600 V supply, 6431 Ω plate load, screen held at 261.85 V,
 /// cathode grounded, the grid (its law off) held at the voltage the anode sees (input 0).
-std::string pentodePlateSide() {
+SweepDocument pentodePlateSide() {
     const std::string parts =
         supply("Supply", 600.0, "supply") + supply("Screen", 261.85, "screen") +
         resistor("RL", 6431.0, "supply", "plate") +
