@@ -217,6 +217,10 @@ void DSPGraph::setMaxBlockSize(int32 size) {
             filter->setMaxBlockSize(size);
         }
     }
+    if (static_cast<size_t>(size) > silenceFrames) {
+        silence = std::make_unique<scalar[]>(static_cast<size_t>(size));
+        silenceFrames = static_cast<size_t>(size);
+    }
     maxBlockSize = size;
 }
 
@@ -463,10 +467,16 @@ void DSPGraph::runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*
     }
 }
 
+// The outputs of a graph switched off point at one buffer of zeros, written once: no block
+// writes it, and a graph that stays off costs nothing per block.
 void DSPGraph::runOff(std::vector<scalar*>& out, size_t frames) {
     for (size_t i = 0; i < out.size(); ++i) {
-        out[i] = outputBufferOf(i);
-        std::fill_n(out[i], frames, 0.0f);
+        if (frames <= silenceFrames) {
+            out[i] = silence.get();
+        } else {
+            out[i] = outputBufferOf(i);
+            std::fill_n(out[i], frames, 0.0f);
+        }
     }
 }
 

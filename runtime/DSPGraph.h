@@ -90,6 +90,9 @@ private:
     std::vector<scalar> lastResults;
     /// Sequential: the graph's own output buffers.
     std::vector<std::vector<scalar>> sequentialOutputs;
+    /// Zeros, as many as the largest block: every output of the graph while it is off.
+    std::unique_ptr<scalar[]> silence;
+    size_t silenceFrames = 0;
     bool initialized = false;
     std::vector<Wires> inputElements;
     std::vector<Wires> inputOutputs;
