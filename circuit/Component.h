@@ -41,12 +41,15 @@ public:
     virtual Stamp getExtraColumnMatrix() { return nullptr; }
     virtual Stamp getExtraRowMatrix() { return nullptr; }
     virtual Stamp getExtraDiagonalMatrix() { return nullptr; }
-    /// k + m values, or null.
+    /// k + m values, or null. A part whose rhs does not read x may be given null for it.
     virtual const scalar* getRhs(scalar*) { return nullptr; }
     virtual int32 getExtraVariableCount() { return 0; }
     virtual bool isNonlinear() { return false; }
     virtual Stamp getJacobian(scalar*) { return nullptr; }
     virtual bool hasRhs() { return false; }
+    /// Whether the rhs reads x; one that does not (a source, a capacitor's history) stays
+    /// constant through the iterations of a sample.
+    virtual bool rhsReadsIterate() { return false; }
     virtual bool isFixedVoltage() { return false; }
     /// The circuit's input samples of the present sample time, once the context is built;
     /// null for a circuit without inputs.

@@ -84,6 +84,7 @@ void MNAContext::build() {
         components[c]->setNodeIndices(nodeIndices[c]);
     }
     findOutputs();
+    gatherPartRows();
     const int32 n = nodeIndexMax + 1 + extraCount + (-1 - fixedCounter);
     solution = Eigen::VectorXf::Zero(n);
     fixedValues = Eigen::VectorXf::Zero(n);
@@ -188,15 +189,33 @@ void MNAContext::findOutputs() {
     outputs = std::make_shared<std::vector<scalar>>(outputNames->size());
 }
 
-void MNAContext::addNodeStamp(Eigen::MatrixXf& target, const std::vector<int32>& nodes,
+void MNAContext::gatherPartRows() {
+    for (size_t c = 0; c < components.size(); ++c) {
+        const PartRows rows{components[c], nodeIndices[c]->data(),
+                            static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
+                            extraBase[c], extraCounts[c]};
+        if (hasRhsFlags[c]) {
+            (components[c]->rhsReadsIterate() ? iterateRhsParts : sampleRhsParts).push_back(rows);
+        }
+        if (nonlinearFlags[c]) {
+            nonlinearParts.push_back(rows);
+        }
+        if (fixedIndex[c] >= 0 &&
+            std::find(fixedRows.begin(), fixedRows.end(), fixedIndex[c]) == fixedRows.end()) {
+            fixedRows.push_back(fixedIndex[c]);
+        }
+    }
+}
+
+void MNAContext::addNodeStamp(Eigen::MatrixXf& target, const int32* nodes, int32 nodeCount,
                               Component::Stamp stamp) const {
     const int32 last = nodeIndexMax + extraCount;
-    for (size_t j = 0; j < nodes.size(); ++j) {
+    for (int32 j = 0; j < nodeCount; ++j) {
         const int32 row = nodes[j];
         if (row == -1 || row > last) {
             continue;
         }
-        for (size_t l = 0; l < nodes.size(); ++l) {
+        for (int32 l = 0; l < nodeCount; ++l) {
             if (nodes[l] != -1) {
                 target(row, nodes[l]) += stamp[j][l];
             }
@@ -242,7 +261,8 @@ void MNAContext::assembleStaticMatrix() {
     staticMatrix.setZero();
     for (size_t c = 0; c < components.size(); ++c) {
         if (Component::Stamp g = components[c]->getConductanceMatrix()) {
-            addNodeStamp(staticMatrix, *nodeIndices[c], g);
+            addNodeStamp(staticMatrix, nodeIndices[c]->data(),
+                         static_cast<int32>(nodeIndices[c]->size()), g);
         }
         if (extraCounts[c] >= 1) {
             addExtraStamps(c);
@@ -256,13 +276,10 @@ void MNAContext::assembleStaticMatrix() {
 }
 
 Eigen::MatrixXf& MNAContext::assembleJacobian(Eigen::VectorXf& x) {
-    dynamicMatrix = staticMatrix;
-    for (size_t c = 0; c < components.size(); ++c) {
-        if (!nonlinearFlags[c]) {
-            continue;
-        }
-        if (Component::Stamp jacobian = components[c]->getJacobian(x.data())) {
-            addNodeStamp(dynamicMatrix, *nodeIndices[c], jacobian);
+    std::copy(staticMatrix.data(), staticMatrix.data() + staticMatrix.size(), dynamicMatrix.data());
+    for (const PartRows& part : nonlinearParts) {
+        if (Component::Stamp jacobian = part.component->getJacobian(x.data())) {
+            addNodeStamp(dynamicMatrix, part.nodes, part.nodeCount, jacobian);
         }
     }
     return dynamicMatrix;
@@ -270,34 +287,50 @@ Eigen::MatrixXf& MNAContext::assembleJacobian(Eigen::VectorXf& x) {
 
 void MNAContext::computeRhs(Eigen::VectorXf& x, Eigen::VectorXf& out) {
     out.setZero();
-    for (size_t c = 0; c < components.size(); ++c) {
-        if (!hasRhsFlags[c]) {
-            continue;
-        }
-        const scalar* r = components[c]->getRhs(x.data());
+    addRhs(sampleRhsParts, x.data(), out);
+    addRhs(iterateRhsParts, x.data(), out);
+    assignFixedRows(out);
+}
+
+void MNAContext::computeSampleRhs(Eigen::VectorXf& out) {
+    out.setZero();
+    addRhs(sampleRhsParts, nullptr, out);
+}
+
+void MNAContext::computeRhs(Eigen::VectorXf& x, const Eigen::VectorXf& sampleRhs,
+                            Eigen::VectorXf& out) {
+    out = sampleRhs;
+    addRhs(iterateRhsParts, x.data(), out);
+    assignFixedRows(out);
+}
+
+// A fixed-voltage part's value at its driven node is assigned, not added; the others add.
+void MNAContext::addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out) {
+    for (const PartRows& part : parts) {
+        const scalar* r = part.component->getRhs(x);
         if (r == nullptr) {
             continue;
         }
-        const auto& nodes = *nodeIndices[c];
-        for (size_t j = 0; j < nodes.size(); ++j) {
-            const int32 i = nodes[j];
+        for (int32 j = 0; j < part.nodeCount; ++j) {
+            const int32 i = part.nodes[j];
             if (i == -1) {
                 continue;
             }
-            if (fixedVoltageFlags[c] && i == fixedIndex[c]) {
+            if (i == part.fixedIndex) {
                 fixedValues[i] = r[j];
             } else {
                 out[i] += r[j];
             }
         }
-        for (int32 t = 0; t < extraCounts[c]; ++t) {
-            out[extraBase[c] + t] += r[nodes.size() + static_cast<size_t>(t)];
+        for (int32 t = 0; t < part.extraCount; ++t) {
+            out[part.extraBase + t] += r[part.nodeCount + t];
         }
     }
-    for (size_t c = 0; c < components.size(); ++c) {
-        if (fixedVoltageFlags[c] && fixedIndex[c] >= 0) {
-            out[fixedIndex[c]] = fixedValues[fixedIndex[c]];
-        }
+}
+
+void MNAContext::assignFixedRows(Eigen::VectorXf& out) {
+    for (const int32 f : fixedRows) {
+        out[f] = fixedValues[f];
     }
 }
 

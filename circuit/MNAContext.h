@@ -59,6 +59,10 @@ public:
     Eigen::MatrixXf& assembleJacobian(Eigen::VectorXf& x);
     /// out = rhs(x); the parts may limit x.
     void computeRhs(Eigen::VectorXf& x, Eigen::VectorXf& out);
+    /// The same in two steps for the iterations of one sample: first the parts that do not
+    /// read x, once; then out = that + the parts that do.
+    void computeSampleRhs(Eigen::VectorXf& out);
+    void computeRhs(Eigen::VectorXf& x, const Eigen::VectorXf& sampleRhs, Eigen::VectorXf& out);
     void setSolution(const Eigen::VectorXf& x) { solution = x; }
     /// The output nodes' values in the solution.
     const std::shared_ptr<std::vector<scalar>>& getOutputs();
@@ -78,15 +82,30 @@ public:
     const std::unordered_map<std::string, int32>& getExtraMap() const { return extraMap; }
 
 private:
+    /// What the per-sample passes need of one part, gathered once by `build`.
+    struct PartRows {
+        Component* component;
+        /// Its terminals' indices in x, −1 for ground.
+        const int32* nodes;
+        int32 nodeCount;
+        /// The node it drives, −1 for none.
+        int32 fixedIndex;
+        int32 extraBase;
+        int32 extraCount;
+    };
+
+    void gatherPartRows();
+    void addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out);
+    void assignFixedRows(Eigen::VectorXf& out);
+    /// Adds a node-by-node stamp by the rule of G: rows of ground and fixed nodes skipped.
+    void addNodeStamp(Eigen::MatrixXf& target, const int32* nodes, int32 nodeCount,
+                      Component::Stamp stamp) const;
     void numberFixedNodes();
     void numberNodes();
     int32 fixedIndexOf(size_t component) const;
     void assignExtraUnknowns();
     void resolveFixedNodes();
     void findOutputs();
-    /// Adds a k×k stamp by the rule of G: rows of ground and fixed nodes skipped.
-    void addNodeStamp(Eigen::MatrixXf& target, const std::vector<int32>& nodes,
-                      Component::Stamp stamp) const;
     void addExtraStamps(size_t component);
 
     int32 nodeIndexMax = -1;
@@ -113,6 +132,12 @@ private:
     std::vector<bool> fixedVoltageFlags;
     std::vector<int32> fixedIndex;
     Eigen::VectorXf fixedValues;
+    /// Parts with a rhs that does not read x, and parts with one that does.
+    std::vector<PartRows> sampleRhsParts;
+    std::vector<PartRows> iterateRhsParts;
+    std::vector<PartRows> nonlinearParts;
+    /// The fixed-voltage nodes driven, once each.
+    std::vector<int32> fixedRows;
     int32 analysisMode = 1;
     bool initialized = false;
     bool matrixChanged = false;

@@ -3,12 +3,13 @@
 #include "runtime/Exceptions.h"
 
 #include <cstddef>
+#include <cstring>
 
 namespace nodara {
 
 PackedMatrix::PackedMatrix(const scalar* source, uint32_t m, uint32_t n)
     : data(static_cast<std::size_t>(m) * (((n - 1) >> 2) + 1)),
-      x(((n - 1) >> 2) + 1),
+      x(((n - 1) >> 2) + 1, Group{{0.0f, 0.0f, 0.0f, 0.0f}}),
       rows(m),
       cols(n),
       blocksN(((n - 1) >> 2) + 1) {
@@ -46,11 +47,8 @@ void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32
         throw NodaraException(concat(
             "Invalid size of the y vector in matrix-vector product. Expected", rows, ", got", ny));
     }
-    for (uint32_t b = 0; b < blocksN; ++b) {
-        for (uint32_t lane = 0; lane < 4; ++lane) {
-            x[b].lanes[lane] = 4 * b + lane < cols ? operand[4 * b + lane] : 0.0f;
-        }
-    }
+    // The lanes past n were zeroed when the scratch was made and are never written.
+    std::memcpy(x.data(), operand, cols * sizeof(scalar));
     for (uint32_t r = 0; r < rows; ++r) {
         // Two accumulators over pairs of groups, so that two products are in flight.
         __m128 first = _mm_setzero_ps();

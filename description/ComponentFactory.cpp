@@ -8,6 +8,8 @@
 #include "circuit/components/Potentiometer.h"
 #include "circuit/components/Resistor.h"
 #include "circuit/components/VoltageInputSource.h"
+#include "circuit/tubes/Pentode.h"
+#include "circuit/tubes/Triode.h"
 #include "runtime/Exceptions.h"
 
 #include <functional>
@@ -35,6 +37,8 @@ const std::unordered_map<std::string, Maker>& table() {
         {"IdealDifferentialAmplifier", maker<IdealDifferentialAmplifier>()},
         {"OpAmp", maker<OpAmp>()},
         {"LookupTableAmp", maker<LookupTableAmp>()},
+        {"Triode", maker<Triode>()},
+        {"Pentode", maker<Pentode>()},
     };
     return makers;
 }

@@ -8,7 +8,7 @@ class Component;
 
 /// Makes circuit components from the `Type` text of an element of an "MNA" graph: Battery,
 /// VoltageInputSource, Resistor, Capacitor, Potentiometer, IdealAmplifier,
-/// IdealDifferentialAmplifier, OpAmp, LookupTableAmp. Exact names.
+/// IdealDifferentialAmplifier, OpAmp, LookupTableAmp, Triode, Pentode. Exact names.
 class ComponentFactory {
 public:
     virtual ~ComponentFactory() = default;

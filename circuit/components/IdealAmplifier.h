@@ -11,6 +11,7 @@ class IdealAmplifier : public Component {
 public:
     const scalar* getRhs(scalar* x) override;
     bool hasRhs() override { return true; }
+    bool rhsReadsIterate() override { return true; }
     bool isFixedVoltage() override { return true; }
     void propertyChanged(const std::string& propertyName, scalar value) override;
 
@@ -27,6 +28,7 @@ class IdealDifferentialAmplifier : public Component {
 public:
     const scalar* getRhs(scalar* x) override;
     bool hasRhs() override { return true; }
+    bool rhsReadsIterate() override { return true; }
     bool isFixedVoltage() override { return true; }
     void propertyChanged(const std::string& propertyName, scalar value) override;
 

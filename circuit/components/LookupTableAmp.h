@@ -19,6 +19,7 @@ public:
     const scalar* getRhs(scalar* x) override;
     Stamp getJacobian(scalar* x) override;
     bool hasRhs() override { return true; }
+    bool rhsReadsIterate() override { return true; }
     bool isFixedVoltage() override { return true; }
     bool isNonlinear() override { return useInputCurrent; }
     void propertyChanged(const std::string& propertyName,

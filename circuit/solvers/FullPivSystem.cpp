@@ -9,6 +9,23 @@ void FullPivSystem::compute(const Eigen::MatrixXf& a) {
     lu.setThreshold(1e-20f);
     lu.compute(a);
     permuted.resize(a.rows());
+    unit.setZero(a.rows());
+    column.resize(a.rows());
+}
+
+void FullPivSystem::invert(Eigen::MatrixXf& inverse) {
+    if (!lu.isInvertible()) {
+        inverse = lu.inverse();
+        return;
+    }
+    const Eigen::Index n = unit.size();
+    inverse.resize(n, n);
+    for (Eigen::Index j = 0; j < n; ++j) {
+        unit[j] = 1.0f;
+        solve(unit, column);
+        inverse.col(j) = column;
+        unit[j] = 0.0f;
+    }
 }
 
 void FullPivSystem::solve(const Eigen::VectorXf& b, Eigen::VectorXf& x) {

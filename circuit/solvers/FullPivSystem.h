@@ -13,13 +13,17 @@ class FullPivSystem {
 public:
     void compute(const Eigen::MatrixXf& a);
     bool isInvertible() const { return lu.isInvertible(); }
-    Eigen::MatrixXf inverse() const { return lu.inverse(); }
+    /// A⁻¹ into `inverse`, column by column; allocates nothing when invertible and the size is
+    /// unchanged (the library's own inverse allocates).
+    void invert(Eigen::MatrixXf& inverse);
     /// x with A·x = b; b and x must not be one vector.
     void solve(const Eigen::VectorXf& b, Eigen::VectorXf& x);
 
 private:
     Eigen::FullPivLU<Eigen::MatrixXf> lu;
     Eigen::VectorXf permuted;
+    Eigen::VectorXf unit;
+    Eigen::VectorXf column;
 };
 
 } // namespace nodara

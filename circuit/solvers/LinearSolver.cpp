@@ -14,7 +14,17 @@ void LinearSolver::recompute() {
     context->assembleStaticMatrix();
     const Eigen::MatrixXf& a = context->getStaticMatrix();
     lu.compute(a);
-    inverse = lu.inverse();
+    // Column by column into the storage kept: the library's matrix inverse allocates.
+    const Eigen::Index n = a.rows();
+    inverse.resize(n, n);
+    unit.setZero(n);
+    column.resize(n);
+    for (Eigen::Index j = 0; j < n; ++j) {
+        unit[j] = 1.0f;
+        column.noalias() = lu.solve(unit);
+        inverse.col(j) = column;
+        unit[j] = 0.0f;
+    }
     pack(packedInverse, inverse);
 }
 

@@ -23,6 +23,9 @@ private:
     Eigen::PartialPivLU<Eigen::MatrixXf> lu;
     std::unique_ptr<PackedMatrix> packedInverse;
     Eigen::VectorXf rhs;
+    /// Scratch of the inversion.
+    Eigen::VectorXf unit;
+    Eigen::VectorXf column;
 };
 
 } // namespace nodara

@@ -1,7 +1,7 @@
 #include "circuit/solvers/NewtonSolver.h"
 
 #include "circuit/MNAContext.h"
-#include "kernels/KernelBuilds.h"
+#include "circuit/solvers/SmallLu.h"
 #include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
 
@@ -47,6 +47,7 @@ void NewtonSolver::init(const std::shared_ptr<MNAContext>& owner) {
     context = owner;
     recompute();
     rhs = Eigen::VectorXf::Zero(n);
+    sampleRhs = Eigen::VectorXf::Zero(n);
     previousX = Eigen::VectorXf::Zero(n);
     delta = Eigen::VectorXf::Zero(n);
     y = Eigen::VectorXf::Zero(n);
@@ -61,13 +62,15 @@ void NewtonSolver::recompute() {
     pack(packedA, a);
     n = static_cast<int32>(a.rows());
     firstFixedRow = n + context->getFixedCounter() + 1;
-    factorisation = firstFixedRow <= smallSystem ? &kernels::referenceBuild : nullptr;
+    smallLu = firstFixedRow >= 1 && firstFixedRow <= smallLuOrders ? &smallLuFor(firstFixedRow)
+                                                                    : nullptr;
 }
 
 bool NewtonSolver::solve(Eigen::VectorXf& x) {
     if (!initialized) {
         throw NodaraException("NewtonSolver: Not initialized.");
     }
+    context->computeSampleRhs(sampleRhs);
     int32 iteration = 0;
     delta.setZero();
     scalar error = 10.0f;
@@ -77,7 +80,7 @@ bool NewtonSolver::solve(Eigen::VectorXf& x) {
         }
         ++iteration;
         // The rhs first: tube stamps limit the voltages in x, and the copy must see them.
-        context->computeRhs(x, rhs);
+        context->computeRhs(x, sampleRhs, rhs);
         previousX = x;
         if (iteration > fixedPointSteps) {
             newtonStep(x);
@@ -92,7 +95,7 @@ bool NewtonSolver::solve(Eigen::VectorXf& x) {
 void NewtonSolver::newtonStep(Eigen::VectorXf& x) {
     const auto size = static_cast<uint32_t>(n);
     packedA->product(x.data(), y.data(), size, size);
-    kernels::saxpy(n, -1.0f, rhs.data(), y.data());
+    multiplyAdd(n, -1.0f, rhs.data(), y.data());
     Eigen::MatrixXf& jacobian = context->assembleJacobian(x);
     if (useDiagonalNewton) {
         for (int32 i = 0; i < n; ++i) {
@@ -104,6 +107,18 @@ void NewtonSolver::newtonStep(Eigen::VectorXf& x) {
     x = previousX - relaxation * delta;
 }
 
+// y += alpha·x: the saxpy kernel, as a plain loop for a small system, whose few entries do not
+// repay the dispatch.
+void NewtonSolver::multiplyAdd(int32 count, scalar alpha, const scalar* x, scalar* y) const {
+    if (!smallLu) {
+        kernels::saxpy(count, alpha, x, y);
+        return;
+    }
+    for (int32 i = 0; i < count; ++i) {
+        y[i] += alpha * x[i];
+    }
+}
+
 void NewtonSolver::fixedPointStep(Eigen::VectorXf& x) {
     x = lu.solve(rhs);
     delta = x - previousX;
@@ -113,15 +128,17 @@ void NewtonSolver::fixedPointStep(Eigen::VectorXf& x) {
 void NewtonSolver::solveWithJacobian(Eigen::MatrixXf& jacobian) {
     const int32 m = firstFixedRow;
     for (int32 i = m; i < n; ++i) {
-        kernels::saxpy(m, -y[i], jacobian.col(i).data(), y.data());
+        multiplyAdd(m, -y[i], jacobian.col(i).data(), y.data());
         delta[i] = y[i];
     }
-    const auto ludcmp = factorisation ? factorisation->ludcmp : &kernels::ludcmp;
-    const auto lubksb = factorisation ? factorisation->lubksb : &kernels::lubksb;
-    if (const int32 code = ludcmp(m, jacobian.data(), n, pivots.data()); code != 0) {
-        throw NodaraException(concat("ludcmp returned error: ", code));
+    const int32 factored = smallLu ? smallLu->ludcmp(jacobian.data(), n, pivots.data())
+                                   : kernels::ludcmp(m, jacobian.data(), n, pivots.data());
+    if (factored != 0) {
+        throw NodaraException(concat("ludcmp returned error: ", factored));
     }
-    if (const int32 code = lubksb(m, jacobian.data(), n, pivots.data(), y.data(), delta.data());
+    if (const int32 code =
+            smallLu ? smallLu->lubksb(jacobian.data(), n, pivots.data(), y.data(), delta.data())
+                    : kernels::lubksb(m, jacobian.data(), n, pivots.data(), y.data(), delta.data());
         code != 0) {
         throw NodaraException(concat("lubksb returned error: ", code));
     }

@@ -7,9 +7,7 @@
 
 namespace nodara {
 
-namespace kernels {
-struct KernelBuild;
-}
+struct SmallLu;
 
 /// Newton's method with the true Jacobian: per iteration r = rhs(x), y = A·x − r,
 /// J·delta = y, x −= Relaxation·delta. The fixed-voltage rows' corrections are known at once
@@ -32,6 +30,7 @@ private:
     void fixedPointStep(Eigen::VectorXf& x);
     /// delta from J·delta = y, the fixed rows first.
     void solveWithJacobian(Eigen::MatrixXf& jacobian);
+    void multiplyAdd(int32 count, scalar alpha, const scalar* x, scalar* y) const;
 
     scalar relativeTollerance = 0.0f;
     scalar absoluteTollerance = 0.0f;
@@ -42,6 +41,8 @@ private:
     Eigen::MatrixXf a;
     Eigen::PartialPivLU<Eigen::MatrixXf> lu;
     std::unique_ptr<PackedMatrix> packedA;
+    /// The rhs of the parts that do not read x, formed once per sample.
+    Eigen::VectorXf sampleRhs;
     Eigen::VectorXf rhs;
     Eigen::VectorXf previousX;
     Eigen::VectorXf delta;
@@ -50,10 +51,9 @@ private:
     /// n less the number of fixed-voltage nodes.
     int32 firstFixedRow = 0;
     std::vector<int32> pivots;
-    /// The plain-loop LU for small systems, where the vector forms' set-up costs more than it
-    /// saves (the results are the same bits); null: the dispatched kernels.
-    const kernels::KernelBuild* factorisation = nullptr;
-    static constexpr int32 smallSystem = 16;
+    /// The LU compiled for the order of a small system (the same bits as the kernels);
+    /// null: the dispatched kernels.
+    const SmallLu* smallLu = nullptr;
     bool propertiesSet = false;
     bool initialized = false;
 };

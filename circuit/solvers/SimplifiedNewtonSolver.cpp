@@ -29,7 +29,7 @@ void SimplifiedNewtonSolver::init(const std::shared_ptr<MNAContext>& owner) {
     context = owner;
     recompute();
     const int32 n = context->getSize();
-    for (Eigen::VectorXf* vector : {&rhs, &previousX, &delta, &f, &previousF, &k}) {
+    for (Eigen::VectorXf* vector : {&rhs, &sampleRhs, &previousX, &delta, &f, &previousF, &k}) {
         *vector = Eigen::VectorXf::Zero(n);
     }
     initialized = true;
@@ -47,6 +47,7 @@ bool SimplifiedNewtonSolver::solve(Eigen::VectorXf& x) {
         throw NodaraException("SimplifiedNewtonSolver is not initialized.");
     }
     const auto size = static_cast<uint32_t>(x.size());
+    context->computeSampleRhs(sampleRhs);
     int32 iteration = 0;
     delta.setZero();
     scalar error = 10.0f;
@@ -55,7 +56,7 @@ bool SimplifiedNewtonSolver::solve(Eigen::VectorXf& x) {
             break;
         }
         ++iteration;
-        context->computeRhs(x, rhs);
+        context->computeRhs(x, sampleRhs, rhs);
         packedA->product(x.data(), f.data(), size, size);
         f -= rhs;
         if (iteration > 1) {

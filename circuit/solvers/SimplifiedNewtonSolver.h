@@ -29,6 +29,8 @@ private:
     int32 maxIterations = 0;
     FullPivSystem system;
     std::unique_ptr<PackedMatrix> packedA;
+    /// The rhs of the parts that do not read x, formed once per sample.
+    Eigen::VectorXf sampleRhs;
     Eigen::VectorXf rhs;
     Eigen::VectorXf previousX;
     Eigen::VectorXf delta;

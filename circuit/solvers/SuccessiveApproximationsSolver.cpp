@@ -45,6 +45,7 @@ void SuccessiveApproximationsSolver::init(const std::shared_ptr<MNAContext>& own
     recompute();
     const int32 n = context->getSize();
     rhs = Eigen::VectorXf::Zero(n);
+    sampleRhs = Eigen::VectorXf::Zero(n);
     previousX = Eigen::VectorXf::Zero(n);
     delta = Eigen::VectorXf::Zero(n);
     initialized = true;
@@ -58,7 +59,7 @@ void SuccessiveApproximationsSolver::recompute() {
     if (!invertible) {
         return;
     }
-    inverse = system.inverse();
+    system.invert(inverse);
     pack(packedInverse, inverse);
 }
 
@@ -70,6 +71,7 @@ bool SuccessiveApproximationsSolver::solve(Eigen::VectorXf& x) {
     scalar error = absoluteTollerance + 1.0f;
     scalar previousError = 0.0f;
     scalar relaxation = initialRelaxation;
+    context->computeSampleRhs(sampleRhs);
     int32 iteration = 0;
     delta.setZero();
     // The first iteration's error decides nothing: a second always follows.
@@ -79,7 +81,7 @@ bool SuccessiveApproximationsSolver::solve(Eigen::VectorXf& x) {
         }
         ++iteration;
         previousX = x;
-        context->computeRhs(x, rhs);
+        context->computeRhs(x, sampleRhs, rhs);
         if (invertible) {
             packedInverse->product(rhs.data(), x.data(), n, n);
         } else {

@@ -37,6 +37,8 @@ private:
     bool invertible = false;
     Eigen::MatrixXf inverse;
     std::unique_ptr<PackedMatrix> packedInverse;
+    /// The rhs of the parts that do not read x, formed once per sample.
+    Eigen::VectorXf sampleRhs;
     Eigen::VectorXf rhs;
     Eigen::VectorXf previousX;
     Eigen::VectorXf delta;

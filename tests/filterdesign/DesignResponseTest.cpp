@@ -1,5 +1,6 @@
-#include "FrequencyResponse.h"
 #include "filterdesign/BesselPoles.h"
+#include "filterdesign/Design.h"
+#include "support/Signals.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +12,26 @@
 namespace nodara::filterdesign {
 namespace {
 
-using testing::magnitude;
-using testing::recurrenceOf;
-using testing::requestFor;
+/// A context asking for `band` instead of the constructor's low-pass, not yet designed.
+IirDesignContext requestFor(Options family, int32 order, Options band, double fc1,
+                            double fc2 = 0.0, double ripple = 0.0) {
+    IirDesignContext context(family, order, fc1, fc2, ripple);
+    context.setOption(Options::LowPass, false);
+    context.setOption(band);
+    return context;
+}
+
+/// The design of a context in double precision, before the narrowing to float: high orders
+/// at low corners are too ill-conditioned in direct form for float coefficients to show the
+/// design's own accuracy.
+Recurrence recurrenceOf(const IirDesignContext& context) {
+    context.checkBandEdges();
+    return designRecurrence(makeRequest(context));
+}
+
+double magnitude(const Recurrence& recurrence, double f) {
+    return std::abs(nodara::testing::response(recurrence.a, recurrence.b, f));
+}
 
 const Options families[] = {Options::Bessel, Options::Butterworth, Options::Chebyshev};
 
@@ -27,20 +45,6 @@ double squared(double x) { return x * x; }
 // image of the analog centre √(w1·w2) of the warped corners.
 constexpr double fc1 = 0.1, fc2 = 0.2;
 const double centre = unwarped(std::sqrt(warped(fc1) * warped(fc2)));
-
-// Bilinear transform of 1/(s² + √2·s + 1) with the corner pre-warped to tan(π/4) = 1.
-TEST(IirDesign, HalfBandButterworthOfOrderTwoIsTheClassicSection) {
-    IirDesignContext context(Options::Butterworth, 2, 0.25);
-    design(context);
-    const double b0 = 1.0 / (2.0 + std::sqrt(2.0)), a1 = (2.0 - std::sqrt(2.0)) * b0;
-    const std::vector<scalar> a = *context.getA(), b = *context.getB();
-    ASSERT_EQ(a.size(), 2u);
-    ASSERT_EQ(b.size(), 3u);
-    const double expected[] = {b[0] - b0, b[1] - 2.0 * b0, b[2] - b0, a[0], a[1] - a1};
-    for (double error : expected) {
-        EXPECT_NEAR(error, 0.0, 1e-7);
-    }
-}
 
 TEST(IirDesign, LowAndHighPassesOfEveryFamilyAndOrderPassAndStopTheBandEnds) {
     for (const Options family : families) {
@@ -105,27 +109,20 @@ TEST(IirDesign, LowPassGainIsExactEvenWithManyPolesNearDc) {
     }
 }
 
-TEST(IirDesign, ButterworthIsHalfPowerAtThePreWarpedCorner) {
-    for (const Options band : {Options::LowPass, Options::HighPass}) {
-        for (int32 order = 1; order <= 10; ++order) {
-            for (const double fc : {0.05, 0.2, 0.4}) {
-                SCOPED_TRACE(::testing::Message() << "order " << order << " fc " << fc);
-                const auto recurrence =
-                    recurrenceOf(requestFor(Options::Butterworth, order, band, fc));
-                EXPECT_NEAR(squared(magnitude(recurrence, fc)), 0.5, 1e-7);
-            }
-        }
-    }
-}
-
 // Without pre-warping the analog corner fc lands at the bilinear image atan(π·fc)/π.
-TEST(IirDesign, WithoutPreWarpingTheHalfPowerPointIsTheBilinearImageOfTheCorner) {
+TEST(IirDesign, HalfPowerIsAtThePreWarpedCornerOrWithoutPreWarpingAtItsBilinearImage) {
     for (const Options family : {Options::Bessel, Options::Butterworth}) {
-        for (const int32 order : {1, 2, 3, 6, 10}) {
-            SCOPED_TRACE(::testing::Message() << int(family) << " order " << order);
-            IirDesignContext context(family, order, 0.2);
-            context.setOption(Options::DoNotPreWarp);
-            EXPECT_NEAR(squared(magnitude(recurrenceOf(context), unwarped(0.2))), 0.5, 1e-9);
+        for (const Options band : {Options::LowPass, Options::HighPass}) {
+            for (int32 order = 1; order <= 10; ++order) {
+                for (const double fc : {0.05, 0.2, 0.4}) {
+                    SCOPED_TRACE(::testing::Message() << int(family) << " band " << int(band)
+                                                      << " order " << order << " fc " << fc);
+                    auto context = requestFor(family, order, band, fc);
+                    EXPECT_NEAR(squared(magnitude(recurrenceOf(context), fc)), 0.5, 1e-7);
+                    context.setOption(Options::DoNotPreWarp);
+                    EXPECT_NEAR(squared(magnitude(recurrenceOf(context), unwarped(fc))), 0.5, 1e-7);
+                }
+            }
         }
     }
 }

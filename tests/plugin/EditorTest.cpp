@@ -54,18 +54,13 @@ struct OpenPanel {
         const auto children = childWindows(window.display(), window.id());
         return children.empty() ? 0 : children.front();
     }
-    /// What the panel shows in a rectangle.
-    std::vector<unsigned long> pixels(int x, int y, int width, int height) const {
+    /// What the panel shows in a rectangle, as the server's image bytes.
+    std::string pixels(int x, int y, int width, int height) const {
         XImage* image = XGetImage(window.display(), panel(), x, y, static_cast<unsigned>(width),
                                   static_cast<unsigned>(height), AllPlanes, ZPixmap);
-        std::vector<unsigned long> result;
-        for (int row = 0; row < height; ++row) {
-            for (int column = 0; column < width; ++column) {
-                result.push_back(XGetPixel(image, column, row));
-            }
-        }
+        std::string bytes(image->data, static_cast<size_t>(image->bytes_per_line * height));
         XDestroyImage(image);
-        return result;
+        return bytes;
     }
 
     torvane::host::PluginHost plugin{pluginPath()};

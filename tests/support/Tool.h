@@ -77,6 +77,12 @@ inline ToolResult torvane(const std::string& arguments) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(out), readAll(err)};
 }
 
+/// `torvane COMMAND --in IN --out OUT` with more arguments.
+inline ToolResult inOut(const std::string& command, const std::filesystem::path& in,
+                        const std::filesystem::path& out, const std::string& more = "") {
+    return torvane(command + " --in " + in.string() + " --out " + out.string() + more);
+}
+
 /// Interleaved float frames and their format.
 struct Audio {
     int channels = 1;
@@ -109,6 +115,18 @@ inline void writeWav(const std::filesystem::path& path, const Audio& audio,
     SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
     sf_writef_float(file, audio.samples.data(), static_cast<sf_count_t>(audio.frames()));
     sf_close(file);
+}
+
+/// The committed example document `name`.
+inline std::string example(const std::string& name) {
+    return sourceDirectory() + "/examples/" + name;
+}
+
+/// `text` written to `name` in the scratch folder.
+inline std::filesystem::path writtenText(const std::string& name, const std::string& text) {
+    const auto path = scratch() / name;
+    std::ofstream(path) << text;
+    return path;
 }
 
 /// `audio` written to `name` in the scratch folder.

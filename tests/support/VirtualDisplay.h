@@ -119,37 +119,24 @@ class SyntheticPointer {
 public:
     SyntheticPointer(Display* display, Window window) : display(display), window(window) {}
 
-    void press(int x, int y, unsigned int state = 0) {
-        XEvent event = pointerEvent(ButtonPress, x, y, state);
-        event.xbutton.button = Button1;
-        send(event, ButtonPressMask);
-    }
-    void release(int x, int y, unsigned int state = 0) {
-        XEvent event = pointerEvent(ButtonRelease, x, y, state | Button1Mask);
-        event.xbutton.button = Button1;
-        send(event, ButtonReleaseMask);
-    }
-    void move(int x, int y, unsigned int state = 0) {
-        send(pointerEvent(MotionNotify, x, y, state | Button1Mask),
-             PointerMotionMask | ButtonMotionMask);
-    }
     void click(int x, int y) {
-        press(x, y);
-        release(x, y);
+        send(ButtonPress, x, y, ButtonPressMask);
+        send(ButtonRelease, x, y, ButtonReleaseMask);
     }
     /// Presses at (x, y), moves `dy` pixels down (up when negative) in steps, releases.
-    void drag(int x, int y, int dy, unsigned int state = 0) {
-        press(x, y, state);
+    void drag(int x, int y, int dy) {
+        send(ButtonPress, x, y, ButtonPressMask);
         const int steps = 4;
         for (int i = 1; i <= steps; ++i) {
-            move(x, y + dy * i / steps, state);
+            send(MotionNotify, x, y + dy * i / steps, PointerMotionMask | ButtonMotionMask);
         }
-        release(x, y + dy, state);
+        send(ButtonRelease, x, y + dy, ButtonReleaseMask);
     }
 
 private:
-    /// The fields button and motion events share, which Xlib lays out alike in both.
-    XEvent pointerEvent(int type, int x, int y, unsigned int state) const {
+    /// Button and motion events share these fields, which Xlib lays out alike in both; the
+    /// button field of a press or release is a motion event's hint flag, left clear.
+    void send(int type, int x, int y, long mask) {
         XEvent event{};
         XButtonEvent& pointer = event.xbutton;
         pointer.type = type;
@@ -159,11 +146,9 @@ private:
         pointer.root = DefaultRootWindow(display);
         pointer.x = pointer.x_root = x;
         pointer.y = pointer.y_root = y;
-        pointer.state = state;
+        pointer.state = type == ButtonPress ? 0 : Button1Mask;
+        pointer.button = type == MotionNotify ? 0 : Button1;
         pointer.same_screen = True;
-        return event;
-    }
-    void send(XEvent event, long mask) {
         XSendEvent(display, window, False, mask, &event);
         // Once the server answers, it has queued the event for the window's owner.
         XSync(display, False);

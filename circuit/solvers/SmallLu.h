@@ -1,0 +1,21 @@
+#pragma once
+
+#include "runtime/Types.h"
+
+namespace nodara {
+
+/// The LU kernels' plain-loop arithmetic (partial pivoting on columns, the first of equal
+/// pivots kept, reciprocals by the hardware estimate and one Newton step), compiled for each
+/// order up to `smallLuOrders` so that a circuit's small Jacobian is factorised without loop
+/// overhead. Same arguments and results as kernels::ludcmp and kernels::lubksb, bit for bit.
+struct SmallLu {
+    int32 (*ludcmp)(scalar* a, int32 lda, int32* ipiv);
+    int32 (*lubksb)(const scalar* a, int32 lda, const int32* ipiv, const scalar* b, scalar* x);
+};
+
+inline constexpr int32 smallLuOrders = 8;
+
+/// The forms for order n, 1 ≤ n ≤ smallLuOrders.
+const SmallLu& smallLuFor(int32 n);
+
+} // namespace nodara

@@ -1,0 +1,172 @@
+#include "circuit/tubes/NKTriodeAnodeCurrent.h"
+
+#include "circuit/tubes/KorenTerms.h"
+#include "runtime/Exceptions.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace nodara {
+
+namespace {
+
+const std::string head = "NKTriodeAnodeCurrent: ";
+
+void requireNonNegative(const char* key, double value) {
+    if (!(value >= 0.0)) {
+        throw InvalidArgumentException(
+            concat("Triode: ", key, " must be greater than or equal to 0. ", key, "=", value));
+    }
+}
+
+} // namespace
+
+void NKTriodeAnodeCurrent::setProperties(const Properties& properties) {
+    readLaw(properties);
+    readProperty(properties, "DoNotInterpolate", doNotInterpolate, boolParser);
+    if (!doNotInterpolate) {
+        readTableRange(properties);
+    }
+    for (auto [key, value] : {std::pair{"Vct", vct}, {"Kp", kp}, {"Kvb", kvb}, {"mu", mu},
+                              {"Ex", ex}, {"Kg", kg}}) {
+        requireNonNegative(key, value);
+    }
+    if (doNotInterpolate) {
+        return;
+    }
+    if (!(vgkMin < vgkMax)) {
+        throw InvalidArgumentException(concat("VgkMax must be greater than VgkMin. VgkMax=",
+                                              vgkMax, " VgkMin=", vgkMin));
+    }
+    if (!(vpMax > 0.0f)) {
+        throw InvalidArgumentException(concat("Triode: VpMax must be greater than 0. VpMax=", vpMax));
+    }
+    buildTables();
+}
+
+void NKTriodeAnodeCurrent::readLaw(const Properties& properties) {
+    for (auto [key, field] : {std::pair{"Vct", &vct}, {"Kp", &kp}, {"Kvb", &kvb}, {"mu", &mu},
+                              {"Ex", &ex}, {"Kg", &kg}}) {
+        requireProperty(properties, key, *field, doubleParser,
+                        InvalidArgumentException(head + key + " is not defined."));
+    }
+}
+
+void NKTriodeAnodeCurrent::readTableRange(const Properties& properties) {
+    readProperty(properties, "DeltaVpk", deltaVpk, scalarParser);
+    readProperty(properties, "DeltaVgk", deltaVgk, scalarParser);
+    if (!(deltaVpk > 0.0f) || !(deltaVgk > 0.0f)) {
+        throw InvalidArgumentException(concat(head, "DeltaVpk and DeltaVgk must be greater than 0. "
+                                                    "DeltaVpk=", deltaVpk, " DeltaVgk=", deltaVgk));
+    }
+    reciprocalDeltaVpk = 1.0f / deltaVpk;
+    reciprocalDeltaVgk = 1.0f / deltaVgk;
+    for (auto [key, field] : {std::pair{"VgkMax", &vgkMax}, {"VgkMin", &vgkMin},
+                              {"VpMax", &vpMax}}) {
+        requireProperty(properties, key, *field, scalarParser,
+                        InvalidArgumentException(head + key + " is not defined."));
+    }
+}
+
+// The current is kept only from 1 nA up: below it the table holds 0. The slopes are taken on
+// the grid voltage of the row, the current with the grid held at VgkMax.
+void NKTriodeAnodeCurrent::buildTables() {
+    nVgk = static_cast<int32>((vgkMax - vgkMin) * reciprocalDeltaVgk) + 1;
+    nVp = static_cast<int32>(vpMax * reciprocalDeltaVpk) + 1;
+    if (nVgk < 2 || nVp < 2) {
+        throw InvalidArgumentException(concat(head, "the tables need VgkMax - VgkMin of at least "
+                                                    "DeltaVgk and VpMax of at least DeltaVpk. "
+                                                    "DeltaVgk=", deltaVgk, " DeltaVpk=", deltaVpk));
+    }
+    table.assign(static_cast<size_t>(nVgk) * static_cast<size_t>(nVp), Cell{});
+    for (int32 i = 0; i < nVgk; ++i) {
+        const scalar vg = static_cast<scalar>(i) * deltaVgk + vgkMin;
+        Cell* row = table.data() + static_cast<size_t>(i) * static_cast<size_t>(nVp);
+        for (int32 j = 1; j < nVp; ++j) {
+            const double vp = static_cast<scalar>(j) * deltaVpk;
+            row[j] = lawAt(vg, vp);
+            if (vg > vgkMax) {
+                row[j][0] = lawAt(vgkMax, vp)[0];
+            }
+            if (!(row[j][0] >= 1e-9f)) {
+                row[j][0] = 0.0f;
+            }
+        }
+    }
+}
+
+// With P = (Ex/Kg)·E1^(Ex − 1)·(1 + sign E1) and σ = e^u/(1 + e^u):
+//   Ip = P·E1/Ex,  dIp/dVgk = P·Vpk·σ/S,  dIp/dVpk = P·(L/Kp − σ·Vgk·Vpk²/S³).
+// The slope by Vpk is taken without Vct, on purpose; the sets built in have Vct = 0.
+NKTriodeAnodeCurrent::Cell NKTriodeAnodeCurrent::lawAt(double vg, double vp) const {
+    const double s = std::sqrt(kvb + vp * vp);
+    struct Terms {
+        double p;
+        double e1;
+        double l;
+        double sigma;
+    };
+    const auto termsAt = [&](double shift) {
+        const double u = kp * (1.0 / mu + (vg + shift) / s);
+        const koren::SoftplusTerms terms = koren::softplusTerms(u);
+        const double e1 = vp * terms.softplus / kp;
+        const double sign = 0.0 > e1 ? -1.0 : 1.0;
+        return Terms{(ex / kg) * std::pow(e1, ex - 1.0) * (sign + 1.0), e1, terms.softplus,
+                     terms.logistic};
+    };
+    const Terms withVct = termsAt(vct);
+    const Terms withoutVct = vct == 0.0 ? withVct : termsAt(0.0);
+    return {static_cast<scalar>(withVct.p * withVct.e1 / ex),
+            static_cast<scalar>(withVct.p * vp * withVct.sigma / s),
+            static_cast<scalar>(withoutVct.p * (withoutVct.l / kp -
+                                                withoutVct.sigma * vg * vp * vp / (s * s * s)))};
+}
+
+const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, scalar vp) {
+    if (vg == readVg && vp == readVp) {
+        return reading;
+    }
+    const int32 c = std::min(nVp - 2, static_cast<int32>(vp * reciprocalDeltaVpk));
+    const int32 r = std::min(nVgk - 2, static_cast<int32>((vg - vgkMin) * reciprocalDeltaVgk));
+    const scalar p0 = static_cast<scalar>(c) * deltaVpk;
+    const scalar g0 = static_cast<scalar>(r) * deltaVgk + vgkMin;
+    const scalar g1 = g0 + deltaVgk;
+    const Cell* row = table.data() + static_cast<size_t>(r) * static_cast<size_t>(nVp) + c;
+    const Cell* next = row + nVp;
+    const scalar scale = reciprocalDeltaVgk * reciprocalDeltaVpk;
+    for (size_t k = 0; k < 3; ++k) {
+        reading[k] = (((vg - g0) * next[0][k] + row[0][k] * (g1 - vg)) * (p0 + deltaVpk - vp) +
+                      row[1][k] * (g1 - vg) * (vp - p0) + next[1][k] * (vg - g0) * (vp - p0)) *
+                     scale;
+    }
+    readVg = vg;
+    readVp = vp;
+    return reading;
+}
+
+scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
+    if (!(vpk > 0.0f)) {
+        return 0.0f;
+    }
+    if (!doNotInterpolate && vpk <= vpMax) {
+        return vgk >= vgkMin ? interpolate(std::min(vgk, vgkMax), vpk)[0] : 0.0f;
+    }
+    return lawAt(std::min(vgk, vgkMax), vpk)[0];
+}
+
+CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk) {
+    if (!(vpk > 0.0f)) {
+        return {};
+    }
+    if (doNotInterpolate) {
+        const Cell point = lawAt(vgk, vpk);
+        return {point[1], point[2]};
+    }
+    if (!(vgk >= vgkMin)) {
+        return {};
+    }
+    const Cell& point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
+    return {point[1], point[2]};
+}
+
+} // namespace nodara

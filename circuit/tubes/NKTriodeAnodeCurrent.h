@@ -1,0 +1,63 @@
+#pragma once
+
+#include "circuit/tubes/TriodeCurrent.h"
+
+#include <array>
+#include <limits>
+#include <vector>
+
+namespace nodara {
+
+/// Koren's triode anode current, in doubles (voltages against the cathode):
+///   S  = sqrt(Kvb + Vpk²)
+///   u  = Kp·(1/mu + (Vgk + Vct)/S)
+///   E1 = Vpk·ln(1 + e^u)/Kp
+///   Ip = E1^Ex·(1 + sign E1)/Kg,   0 for Vpk ≤ 0.
+/// Unless DoNotInterpolate, the current and both slopes are tabulated once over
+/// Vgk = VgkMin .. VgkMax by DeltaVgk (default 0.2 V) and Vpk = 0 .. VpMax by DeltaVpk
+/// (default 10 V) and read bilinearly: below VgkMin the current is 0, above VgkMax the grid
+/// is taken at VgkMax; above VpMax the current is computed, the slopes taken at VpMax. A
+/// sample then needs no exp, log or pow.
+class NKTriodeAnodeCurrent : public TriodeCurrent {
+public:
+    void setProperties(const Properties& properties) override;
+    scalar getCurrent(scalar vgk, scalar vpk) override;
+    CurrentSlopes getDerivatives(scalar vgk, scalar vpk) override;
+
+private:
+    /// Current and slopes at one point, as the table holds them.
+    using Cell = std::array<scalar, 3>;
+
+    void readLaw(const Properties& properties);
+    void readTableRange(const Properties& properties);
+    void buildTables();
+    /// The law and its slopes at (vg, vp), vp > 0.
+    Cell lawAt(double vg, double vp) const;
+    /// Bilinear reading of the table at (vg, vp), both within it. The reading is kept: the
+    /// slopes of a Newton iteration are asked for at the voltages its current was.
+    const Cell& interpolate(scalar vg, scalar vp);
+
+    double vct = 0.0;
+    double kp = 0.0;
+    double kvb = 0.0;
+    double mu = 0.0;
+    double ex = 0.0;
+    double kg = 0.0;
+    scalar vgkMax = std::numeric_limits<scalar>::infinity();
+    scalar vgkMin = 0.0f;
+    scalar vpMax = 0.0f;
+    /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk.
+    std::vector<Cell> table;
+    int32 nVgk = 0;
+    int32 nVp = 0;
+    bool doNotInterpolate = false;
+    scalar deltaVpk = 10.0f;
+    scalar reciprocalDeltaVpk = 0.1f;
+    scalar deltaVgk = 0.2f;
+    scalar reciprocalDeltaVgk = 5.0f;
+    scalar readVg = std::numeric_limits<scalar>::quiet_NaN();
+    scalar readVp = std::numeric_limits<scalar>::quiet_NaN();
+    Cell reading{};
+};
+
+} // namespace nodara

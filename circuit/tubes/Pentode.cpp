@@ -1,0 +1,98 @@
+#include "circuit/tubes/Pentode.h"
+
+#include "circuit/tubes/TubeSets.h"
+#include "runtime/Exceptions.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace nodara {
+
+void Pentode::configure(const Properties& properties) {
+    requireNodeCount(4, "Pentode must have four nodes");
+    Properties laws = properties;
+    if (auto type = properties.find("Type"); type != properties.end()) {
+        addPentodeSet(type->second, laws);
+    }
+    grid = std::make_unique<PowerLawPentodeGridCurrent>();
+    grid->setProperties(laws);
+    anode = std::make_unique<NKPentodeAnodeCurrent>();
+    anode->setProperties(laws);
+    screen = std::make_unique<NKPentodeScreenCurrent>();
+    screen->setProperties(laws);
+}
+
+void Pentode::condition(scalar* x) {
+    vp = voltageAt(x, 0);
+    vs = voltageAt(x, 1);
+    vg = voltageAt(x, 2);
+    vk = voltageAt(x, 3);
+    for (scalar* v : {&vs, &vp, &vk}) {
+        if (!(*v >= 0.0f)) {
+            *v = 0.0f;
+        }
+    }
+    vp = std::max(vp, std::max(vg, vk));
+    if (lastVp > 0.0f) {
+        vp = std::min(std::max(vp, 0.5f * lastVp), 2.0f * lastVp);
+    }
+    lastVp = vp;
+    for (auto [terminal, value] : {std::pair{3, vk}, {0, vp}, {1, vs}}) {
+        if (indexOf(static_cast<size_t>(terminal)) >= 0) {
+            x[indexOf(static_cast<size_t>(terminal))] = value;
+        }
+    }
+}
+
+void Pentode::requireFinite(const char* what, scalar value, bool withScreen) const {
+    if (std::isfinite(value)) {
+        return;
+    }
+    std::string message = concat("Pentode: ", what, " is not a valid number: ", value, ", vg=", vg,
+                                 ", vp=", vp, ", vk=", vk);
+    if (withScreen) {
+        message += concat(", vs=", vs);
+    }
+    throw NodaraException(message);
+}
+
+const scalar* Pentode::getRhs(scalar* x) {
+    condition(x);
+    const scalar vgk = vg - vk, vpk = vp - vk, vsk = vs - vk;
+    rhs[2] = -grid->getCurrent(vgk, vpk, vsk);
+    rhs[1] = -screen->getCurrent(vgk, vpk, vsk);
+    rhs[0] = -anode->getCurrent(vgk, vpk, vsk);
+    rhs[3] = -rhs[2] - rhs[0] - rhs[1];
+    requireFinite("rhs[p]", rhs[0], false);
+    requireFinite("rhs[s]", rhs[1], false);
+    requireFinite("rhs[g]", rhs[2], false);
+    requireFinite("rhs[k]", rhs[3], false);
+    return rhs;
+}
+
+Component::Stamp Pentode::getJacobian(scalar* x) {
+    condition(x);
+    const scalar vgk = vg - vk, vpk = vp - vk, vsk = vs - vk;
+    const PentodeSlopes a = anode->getDerivatives(vgk, vpk, vsk);
+    const PentodeSlopes s = screen->getDerivatives(vgk, vpk, vsk);
+    const scalar g0 = grid->getDerivatives(vgk, vpk, vsk).byVgk;
+    requireFinite("dIgdV", g0, true);
+    requireFinite("dIpdVgk", a.byVgk, true);
+    requireFinite("dIpdVpk", a.byVpk, true);
+    requireFinite("dIpdVsk", a.byVsk, true);
+    requireFinite("dIsdVgk", s.byVgk, true);
+    requireFinite("dIsdVsk", s.byVsk, true);
+    const scalar rows[4][4] = {
+        {a.byVpk, a.byVsk, a.byVgk, -a.byVgk - a.byVpk - a.byVsk},
+        {0.0f, s.byVsk, s.byVgk, -s.byVgk - s.byVsk},
+        {0.0f, 0.0f, g0, -g0},
+        {-a.byVpk, -s.byVsk, -a.byVgk - g0 - s.byVgk,
+         a.byVpk + a.byVgk + a.byVsk + g0 + s.byVgk + s.byVsk},
+    };
+    for (size_t r = 0; r < 4; ++r) {
+        std::copy(rows[r], rows[r] + 4, jacobian[r]);
+    }
+    return jacobian.rows();
+}
+
+} // namespace nodara
