@@ -2,6 +2,7 @@
 
 #include "dsp/elements/LookupTableFilter.h"
 
+#include <cstddef>
 #include <memory>
 #include <span>
 
@@ -25,17 +26,25 @@ public:
         y1 = lastOutput;
         const nodara::scalar predicted = 2.0f * y1 - y2;
         const double g = lookup->lookupOne(predicted);
-        if (lastG * 1.1 > g && g > lastG * 0.9 && !force) {
+        if (stands(g) && !force) {
             return false;
         }
         lastG = g;
         conductance = g;
         return true;
     }
+    /// Of `frames` samples whose outputs would be `outputs` (the one before them being
+    /// `lastOutput`), how many in a row `next` would let the coefficients stand; steps on past
+    /// those. The predictions are looked up side by side, with the bits of the single lookup.
+    size_t unchangedFrames(nodara::scalar lastOutput, const nodara::scalar* outputs,
+                           size_t frames);
     /// Forgets the outputs seen and the conductance in force.
     void reset();
 
 private:
+    /// Whether the coefficients for `lastG` still serve a conductance of g.
+    bool stands(double g) const { return lastG * 1.1 > g && g > lastG * 0.9; }
+
     std::unique_ptr<nodara::LookupTableFilter> lookup;
     /// The network's last two outputs.
     nodara::scalar y1 = 0.0f;
