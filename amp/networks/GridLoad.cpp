@@ -2,8 +2,6 @@
 
 #include "runtime/DSPContext.h"
 
-#include <algorithm>
-
 namespace torvane {
 
 GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const char* vinMax,
@@ -17,28 +15,32 @@ GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const 
         conductance->push_back(1.0f / ohms);
     }
     lookup->propertyChanged("Vout", conductance);
+    // Index i reads entries i and i + 1: both must be the first one.
+    const auto& table = *conductance;
+    const auto last = static_cast<nodara::int32>(table.size()) - 1;
+    while (flatEnd < last && table[static_cast<size_t>(flatEnd)] == table[0] &&
+           table[static_cast<size_t>(flatEnd) + 1] == table[0]) {
+        ++flatEnd;
+    }
+    flatConductance = table[0];
 }
 
 // Sample j predicts from the two outputs before it: 2·o[j−1] − o[j−2], where o[−1] is
-// `lastOutput` and o[−2] the last output seen before. The predictions go through the table in
-// pieces that fit on the stack.
+// `lastOutput` and o[−2] the last output seen before.
 size_t GridLoad::unchangedFrames(nodara::scalar lastOutput, const nodara::scalar* outputs,
                                  size_t frames) {
-    constexpr size_t piece = 64;
-    nodara::scalar predicted[piece];
-    nodara::scalar conductance[piece];
     const auto before = [&](size_t j, size_t back) {
         return j >= back ? outputs[j - back] : (j + 1 == back ? lastOutput : y1);
     };
+    const bool flatStands = stands(flatConductance);
     size_t kept = 0;
-    for (size_t start = 0; start < frames && kept == start; start += piece) {
-        const size_t count = std::min(piece, frames - start);
-        for (size_t j = 0; j < count; ++j) {
-            predicted[j] = 2.0f * before(start + j, 1) - before(start + j, 2);
-        }
-        lookup->process(predicted, conductance, count);
-        while (kept < start + count && stands(conductance[kept - start])) {
-            ++kept;
+    for (; kept < frames; ++kept) {
+        const nodara::scalar predicted = 2.0f * before(kept, 1) - before(kept, 2);
+        const bool standing = lookup->indexOf(predicted) < flatEnd
+                                  ? flatStands
+                                  : stands(lookup->lookupOne(predicted));
+        if (!standing) {
+            break;
         }
     }
     if (kept > 0) {

@@ -35,7 +35,7 @@ public:
     }
     /// Of `frames` samples whose outputs would be `outputs` (the one before them being
     /// `lastOutput`), how many in a row `next` would let the coefficients stand; steps on past
-    /// those. The predictions are looked up side by side, with the bits of the single lookup.
+    /// those. A prediction on the table's flat start needs no lookup.
     size_t unchangedFrames(nodara::scalar lastOutput, const nodara::scalar* outputs,
                            size_t frames);
     /// Forgets the outputs seen and the conductance in force.
@@ -46,6 +46,9 @@ private:
     bool stands(double g) const { return lastG * 1.1 > g && g > lastG * 0.9; }
 
     std::unique_ptr<nodara::LookupTableFilter> lookup;
+    /// Table indices below this one all give the first entry, `flatConductance`.
+    nodara::int32 flatEnd = 1;
+    double flatConductance = 0.0;
     /// The network's last two outputs.
     nodara::scalar y1 = 0.0f;
     nodara::scalar y2 = 0.0f;
