@@ -2,6 +2,10 @@
 
 #include "runtime/DSPContext.h"
 
+#include <emmintrin.h>
+
+#include <algorithm>
+
 namespace torvane {
 
 GridLoad::GridLoad(std::span<const float> resistance, const char* vinMin, const char* vinMax,
@@ -33,21 +37,45 @@ size_t GridLoad::unchangedFrames(nodara::scalar lastOutput, const nodara::scalar
         return j >= back ? outputs[j - back] : (j + 1 == back ? lastOutput : y1);
     };
     const bool flatStands = stands(flatConductance);
+    const auto standing = [&](size_t j) {
+        const nodara::scalar predicted = 2.0f * before(j, 1) - before(j, 2);
+        return lookup->indexOf(predicted) < flatEnd ? flatStands
+                                                    : stands(lookup->lookupOne(predicted));
+    };
+    const size_t head = std::min<size_t>(frames, 2);
     size_t kept = 0;
-    for (; kept < frames; ++kept) {
-        const nodara::scalar predicted = 2.0f * before(kept, 1) - before(kept, 2);
-        const bool standing = lookup->indexOf(predicted) < flatEnd
-                                  ? flatStands
-                                  : stands(lookup->lookupOne(predicted));
-        if (!standing) {
-            break;
-        }
+    while (kept < head && standing(kept)) {
+        ++kept;
+    }
+    if (kept == head && flatStands) {
+        kept = flatFrom(outputs, kept, frames);
+    }
+    while (kept >= head && kept < frames && standing(kept)) {
+        ++kept;
     }
     if (kept > 0) {
         y2 = before(kept - 1, 2);
         y1 = before(kept - 1, 1);
     }
     return kept;
+}
+
+// Four predictions at a time, with the arithmetic of `next` and of the lookup's index: a quiet
+// signal stays on the flat start for whole stretches.
+size_t GridLoad::flatFrom(const nodara::scalar* outputs, size_t j, size_t frames) const {
+    const __m128 two = _mm_set1_ps(2.0f);
+    const __m128 low = _mm_set1_ps(lookup->getVinMin());
+    const __m128 scale = _mm_set1_ps(lookup->getInverse());
+    const __m128i end = _mm_set1_epi32(flatEnd);
+    for (; j + 4 <= frames; j += 4) {
+        const __m128 predicted =
+            _mm_sub_ps(_mm_mul_ps(two, _mm_loadu_ps(outputs + j - 1)), _mm_loadu_ps(outputs + j - 2));
+        const __m128i index = _mm_cvttps_epi32(_mm_mul_ps(scale, _mm_sub_ps(predicted, low)));
+        if (_mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(index, end))) != 0xF) {
+            break;
+        }
+    }
+    return j;
 }
 
 void GridLoad::reset() {

@@ -42,6 +42,9 @@ public:
     void reset();
 
 private:
+    /// From sample j ≥ 2 of `outputs`, the first sample whose prediction may leave the
+    /// table's flat start (or a few before it).
+    size_t flatFrom(const nodara::scalar* outputs, size_t j, size_t frames) const;
     /// Whether the coefficients for `lastG` still serve a conductance of g.
     bool stands(double g) const { return lastG * 1.1 > g && g > lastG * 0.9; }
 

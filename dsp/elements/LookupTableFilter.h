@@ -48,6 +48,8 @@ public:
     scalar getVinMin() const { return vinMin; }
     scalar getVinMax() const { return vinMax; }
     scalar getDeltaV() const { return deltaV; }
+    /// 1/DeltaV, as the lookups use it.
+    scalar getInverse() const { return inverse; }
     const std::shared_ptr<std::vector<scalar>>& getValues() const { return values; }
 
 private:
