@@ -76,6 +76,8 @@ private:
     IterationChange collectIterationResults(int32 iteration);
     void runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
     void runOff(std::vector<scalar*>& out, size_t frames);
+    /// Points output `output` at zeros.
+    void runOffOutput(std::vector<scalar*>& out, size_t output, size_t frames);
 
     std::shared_ptr<DSPContext> context;
     /// Sequential: each filter's input pointers, wired once.
