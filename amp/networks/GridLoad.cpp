@@ -68,8 +68,8 @@ size_t GridLoad::flatFrom(const nodara::scalar* outputs, size_t j, size_t frames
     const __m128 scale = _mm_set1_ps(lookup->getInverse());
     const __m128i end = _mm_set1_epi32(flatEnd);
     for (; j + 4 <= frames; j += 4) {
-        const __m128 predicted =
-            _mm_sub_ps(_mm_mul_ps(two, _mm_loadu_ps(outputs + j - 1)), _mm_loadu_ps(outputs + j - 2));
+        const __m128 newer = _mm_loadu_ps(outputs + j - 1);
+        const __m128 predicted = _mm_sub_ps(_mm_mul_ps(two, newer), _mm_loadu_ps(outputs + j - 2));
         const __m128i index = _mm_cvttps_epi32(_mm_mul_ps(scale, _mm_sub_ps(predicted, low)));
         if (_mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(index, end))) != 0xF) {
             break;

@@ -220,15 +220,16 @@ std::vector<float> bursts(double amplitude) {
 // the bits of asking before every sample, in blocks of any size; the grid does load them.
 TEST(GridLoad, RunningAheadGivesTheBitsOfUpdatingEverySample) {
     const std::vector<size_t> blocks = {1, 2, 5, 64, 333, 1024, 3, 17};
-    const auto check = [&](auto run, const std::vector<float>& grid, const std::vector<float>& unloaded,
-                           const std::vector<float>& signal) {
+    using Samples = std::vector<float>;
+    const auto check = [&](auto run, const Samples& grid, const Samples& unloaded,
+                           const Samples& signal) {
         const auto reference = run(grid, signal, std::vector<size_t>{1024}, true);
         EXPECT_EQ(run(grid, signal, blocks, false), reference);
         EXPECT_EQ(run(grid, signal, std::vector<size_t>{1024}, false), reference);
         EXPECT_NE(run(unloaded, signal, std::vector<size_t>{1024}, false), reference);
     };
-    check(throughHandled<nodara::BiQuad, VolCtrlPropertiesHandler>, conductingGrid(1001, 0.0f, 1.42f),
-          conductingGrid(1001, 0.0f, 100.0f), bursts(8.0));
+    check(throughHandled<nodara::BiQuad, VolCtrlPropertiesHandler>,
+          conductingGrid(1001, 0.0f, 1.42f), conductingGrid(1001, 0.0f, 100.0f), bursts(8.0));
     check(throughHandled<nodara::FirstOrderIIR, V2V3PropertiesHandler>,
           conductingGrid(601, 18.0f, 18.3f), conductingGrid(601, 18.0f, 100.0f), bursts(25.0));
 }
