@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <iterator>
 #include <list>
 #include <set>
@@ -27,14 +26,6 @@ struct BackEdgeRecorder : boost::default_dfs_visitor {
     void back_edge(NetEdge edge, const FilterNet&) const { edges->push_back(edge); }
     std::vector<NetEdge>* edges;
 };
-
-void copyOrSilence(const scalar* from, scalar* to, size_t frames) {
-    if (from == nullptr) {
-        std::fill_n(to, frames, 0.0f);
-    } else if (from != to) {
-        std::memmove(to, from, frames * sizeof(scalar));
-    }
-}
 
 } // namespace
 
@@ -216,6 +207,10 @@ void DSPGraph::setMaxBlockSize(int32 size) {
         for (Filter* filter : context->getFilters()) {
             filter->setMaxBlockSize(size);
         }
+    }
+    if (static_cast<size_t>(size) > silenceFrames) {
+        silence = std::make_unique<scalar[]>(static_cast<size_t>(size));
+        silenceFrames = static_cast<size_t>(size);
     }
     maxBlockSize = size;
 }
@@ -455,18 +450,34 @@ DSPGraph::IterationChange DSPGraph::collectIterationResults(int32 iteration) {
     return change;
 }
 
+// A bypassed graph hands its inputs on as they are, without a copy: what reads its outputs
+// reads them within the same block. A missing input reads as the buffer of zeros.
 void DSPGraph::runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
                          size_t frames) {
     for (size_t i = 0; i < out.size(); ++i) {
-        out[i] = outputBufferOf(i);
-        copyOrSilence(i < inputs.size() ? inputs[i] : nullptr, out[i], frames);
+        scalar* input = i < inputs.size() ? inputs[i] : nullptr;
+        if (input != nullptr) {
+            out[i] = input;
+        } else {
+            runOffOutput(out, i, frames);
+        }
     }
 }
 
+// The outputs of a graph switched off point at one buffer of zeros, written once: no block
+// writes it, and a graph that stays off costs nothing per block.
 void DSPGraph::runOff(std::vector<scalar*>& out, size_t frames) {
     for (size_t i = 0; i < out.size(); ++i) {
-        out[i] = outputBufferOf(i);
-        std::fill_n(out[i], frames, 0.0f);
+        runOffOutput(out, i, frames);
+    }
+}
+
+void DSPGraph::runOffOutput(std::vector<scalar*>& out, size_t output, size_t frames) {
+    if (frames <= silenceFrames) {
+        out[output] = silence.get();
+    } else {
+        out[output] = outputBufferOf(output);
+        std::fill_n(out[output], frames, 0.0f);
     }
 }
 

@@ -76,6 +76,8 @@ private:
     IterationChange collectIterationResults(int32 iteration);
     void runBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
     void runOff(std::vector<scalar*>& out, size_t frames);
+    /// Points output `output` at zeros.
+    void runOffOutput(std::vector<scalar*>& out, size_t output, size_t frames);
 
     std::shared_ptr<DSPContext> context;
     /// Sequential: each filter's input pointers, wired once.
@@ -90,6 +92,9 @@ private:
     std::vector<scalar> lastResults;
     /// Sequential: the graph's own output buffers.
     std::vector<std::vector<scalar>> sequentialOutputs;
+    /// Zeros, as many as the largest block: every output of the graph while it is off.
+    std::unique_ptr<scalar[]> silence;
+    size_t silenceFrames = 0;
     bool initialized = false;
     std::vector<Wires> inputElements;
     std::vector<Wires> inputOutputs;

@@ -33,6 +33,11 @@ public:
     /// `input` is not used.
     void update(Filter*, scalar input, scalar lastOutput) override { update(input, lastOutput); }
     void update(scalar input, scalar lastOutput) override;
+    /// The grid's say; none while the coefficients are due afresh.
+    size_t unchangedFrames(const scalar*, scalar lastOutput, const scalar* outputs,
+                           size_t frames) override {
+        return dirty ? 0 : grid.unchangedFrames(lastOutput, outputs, frames);
+    }
     /// The next sample computes its coefficients afresh.
     void reset() override {
         grid.reset();

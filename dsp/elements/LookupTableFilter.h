@@ -35,6 +35,8 @@ public:
         return kernels::lookupOne(in, values->data(), static_cast<int32>(values->size()) - 1,
                                   vinMin, deltaV, inverse);
     }
+    /// The index `lookupOne` reads `in` at; below 1, it gives the first entry.
+    int32 indexOf(scalar in) const { return kernels::lookupIndex(in, vinMin, inverse); }
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,
                  size_t framesPerBuffer) override;
     scalar* process(scalar* in, size_t framesPerBuffer) override;
@@ -46,6 +48,8 @@ public:
     scalar getVinMin() const { return vinMin; }
     scalar getVinMax() const { return vinMax; }
     scalar getDeltaV() const { return deltaV; }
+    /// 1/DeltaV, as the lookups use it.
+    scalar getInverse() const { return inverse; }
     const std::shared_ptr<std::vector<scalar>>& getValues() const { return values; }
 
 private:

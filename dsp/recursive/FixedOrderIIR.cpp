@@ -1,5 +1,6 @@
 #include "dsp/recursive/FixedOrderIIR.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace nodara {
@@ -97,14 +98,50 @@ void FixedOrderIIR<N>::process(const std::vector<scalar*>& in, std::vector<scala
         if (input == nullptr) {
             return;
         }
-        for (size_t frame = 0; frame < framesPerBuffer; ++frame) {
-            propertiesHandler->update(this, input[frame], y[0]);
-            output[frame] = step(input[frame]);
-        }
+        runHandled(input, output, framesPerBuffer);
         clearIfNotFinite();
         return;
     }
     process(input, output, framesPerBuffer);
+}
+
+// A stretch runs on the coefficients in force, then the handler says how far they stand; from
+// the first sample that needs new ones the state goes back to it, and that sample goes through
+// `update` and `step` as before. The stretch doubles while the coefficients stand and shrinks
+// when they change, so a signal that moves them every few samples wastes little.
+template <int N>
+void FixedOrderIIR<N>::runHandled(const scalar* in, scalar* out, size_t frames) {
+    size_t frame = 0;
+    while (frame < frames) {
+        const size_t stretch = std::min(lookAhead, frames - frame);
+        const std::array<scalar, N> pastX = x;
+        const std::array<scalar, N> pastY = y;
+        const scalar lastOutput = y[0];
+        run(in + frame, out + frame, stretch);
+        const size_t kept =
+            propertiesHandler->unchangedFrames(in + frame, lastOutput, out + frame, stretch);
+        if (kept >= stretch) {
+            frame += stretch;
+            lookAhead = std::min(2 * lookAhead, longestLookAhead);
+            continue;
+        }
+        rewind(pastX, pastY, in + frame, out + frame, kept);
+        frame += kept;
+        propertiesHandler->update(this, in[frame], y[0]);
+        out[frame] = step(in[frame]);
+        ++frame;
+        lookAhead = std::max(lookAhead / 4, shortestLookAhead);
+    }
+}
+
+template <int N>
+void FixedOrderIIR<N>::rewind(const std::array<scalar, N>& pastX,
+                              const std::array<scalar, N>& pastY, const scalar* in,
+                              const scalar* out, size_t frames) {
+    for (size_t k = 0; k < static_cast<size_t>(N); ++k) {
+        x[k] = k < frames ? in[frames - 1 - k] : pastX[k - frames];
+        y[k] = k < frames ? out[frames - 1 - k] : pastY[k - frames];
+    }
 }
 
 template <int N>
@@ -112,6 +149,12 @@ void FixedOrderIIR<N>::process(const scalar* in, scalar* out, size_t framesPerBu
     if (framesPerBuffer == 0 || in == nullptr || out == nullptr) {
         return;
     }
+    run(in, out, framesPerBuffer);
+    clearIfNotFinite();
+}
+
+template <int N>
+void FixedOrderIIR<N>::run(const scalar* in, scalar* out, size_t framesPerBuffer) {
     const size_t head = std::min(framesPerBuffer, static_cast<size_t>(N));
     for (size_t i = 0; i < head; ++i) {
         out[i] = step(in[i]);
@@ -130,7 +173,6 @@ void FixedOrderIIR<N>::process(const scalar* in, scalar* out, size_t framesPerBu
     if (framesPerBuffer > head) {
         updateStateFromBlock(in, out, framesPerBuffer);
     }
-    clearIfNotFinite();
 }
 
 /// The state takes the last N samples of a block longer than N.

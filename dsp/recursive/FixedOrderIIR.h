@@ -16,7 +16,9 @@ namespace nodara {
 /// The first N samples of a block run through the state, the rest directly on the arrays.
 ///
 /// A properties handler that needs per-sample updates recomputes the coefficients before each
-/// sample from the input and the last output. Coefficient changes keep the state.
+/// sample from the input and the last output; the filter runs ahead on the coefficients in
+/// force as far as the handler vouches for them, with the same bits. Coefficient changes keep
+/// the state.
 template <int N>
 class FixedOrderIIR : public BufferedFilter {
 public:
@@ -68,7 +70,20 @@ protected:
 
 private:
     scalar step(scalar in);
+    /// The array form without its checks: `frames` samples on the coefficients in force.
+    void run(const scalar* in, scalar* out, size_t frames);
     void updateStateFromBlock(const scalar* in, const scalar* out, size_t frames);
+    /// The handler's form: each sample on the coefficients `update` would give it.
+    void runHandled(const scalar* in, scalar* out, size_t frames);
+    /// The state after the first `frames` samples of a stretch that began in state
+    /// `pastX`, `pastY`.
+    void rewind(const std::array<scalar, N>& pastX, const std::array<scalar, N>& pastY,
+                const scalar* in, const scalar* out, size_t frames);
+
+    /// How many samples the handler's form runs ahead before it asks the handler.
+    size_t lookAhead = shortestLookAhead;
+    static constexpr size_t shortestLookAhead = 8;
+    static constexpr size_t longestLookAhead = 1024;
 };
 
 extern template class FixedOrderIIR<1>;

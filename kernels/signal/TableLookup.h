@@ -6,18 +6,24 @@
 
 namespace nodara::kernels {
 
-/// One input through a table of `last` + 1 output values over evenly spaced inputs, entry i
-/// standing for vinMin + i·deltaV, inverse = 1/deltaV, in single precision and in this order
-/// of operations, so that every build gives the same bits. The fraction is measured in volts
-/// from float(i)·deltaV, not taken from the product; the truncation is the processor's (out of
-/// range or NaN gives the smallest integer, and so table[0]).
+/// The index of the entry at or below `x` in a table whose entry i stands for
+/// vinMin + i·deltaV, inverse = 1/deltaV; the truncation is the processor's (out of range or
+/// NaN gives the smallest integer).
+inline int32 lookupIndex(scalar x, scalar vinMin, scalar inverse) {
+    return _mm_cvtt_ss2si(_mm_set_ss(inverse * (x - vinMin)));
+}
+
+/// One input through a table of `last` + 1 output values over evenly spaced inputs, in single
+/// precision and in this order of operations, so that every build gives the same bits. The
+/// fraction is measured in volts from float(i)·deltaV, not taken from the product; an index
+/// below 1 gives table[0].
 ///
 /// For callers compiled for the baseline instruction set only: an inline copy compiled for a
 /// wider one could be the one the linker keeps.
 inline scalar lookupOne(scalar x, const scalar* table, int32 last, scalar vinMin, scalar deltaV,
                         scalar inverse) {
     const scalar d = x - vinMin;
-    const int32 i = _mm_cvtt_ss2si(_mm_set_ss(inverse * d));
+    const int32 i = lookupIndex(x, vinMin, inverse);
     if (i < 1) {
         return table[0];
     }

@@ -159,6 +159,81 @@ TEST(V2V3PropertiesHandler, BelowTheOnsetItIsTheCouplingAndAboveItTheGridLoadsIt
                      [&](Complex s) { return couplingNetwork(s, 1.0 / 220000.0 + g); }, 1e-3);
 }
 
+/// A handler passed on, but for its say on running ahead: the filter it serves asks it before
+/// every sample, as filters did before they ran ahead.
+class AskedEverySample : public nodara::PropertiesHandler {
+public:
+    explicit AskedEverySample(std::shared_ptr<nodara::PropertiesHandler> inner)
+        : inner(std::move(inner)) {}
+    void init(const Properties& properties) override { inner->init(properties); }
+    void propertyChanged(const std::string& name, scalar value) override {
+        inner->propertyChanged(name, value);
+    }
+    void setSampleRate(scalar rate) override { inner->setSampleRate(rate); }
+    bool needsSampleUpdate() override { return inner->needsSampleUpdate(); }
+    void update(scalar input, scalar lastOutput) override { inner->update(input, lastOutput); }
+    void reset() override { inner->reset(); }
+
+private:
+    std::shared_ptr<nodara::PropertiesHandler> inner;
+};
+
+/// `signal` through a filter F served by handler H, in blocks of the sizes in `blocks` taken
+/// in turn; `everySample` has the filter ask the handler before every sample.
+template <class F, class H>
+std::vector<float> throughHandled(const std::vector<float>& grid, const std::vector<float>& signal,
+                                  const std::vector<size_t>& blocks, bool everySample) {
+    auto filter = made<F>(std::is_same_v<F, nodara::BiQuad> ? "A=0|0 B=0|0|0 Wiper=0.8 Gain=0.61"
+                                                            : "A=0 B=0|0",
+                          "net", 1024);
+    auto handler = std::make_shared<H>(filter.get(), grid);
+    if (everySample) {
+        filter->setPropertiesHandler(std::make_shared<AskedEverySample>(handler));
+    } else {
+        filter->setPropertiesHandler(handler);
+    }
+    filter->setSampleRate(192000.0f);
+    std::vector<float> out(signal.size());
+    std::vector<scalar*> in{nullptr};
+    for (size_t done = 0, turn = 0; done < signal.size(); ++turn) {
+        const size_t frames = std::min(blocks[turn % blocks.size()], signal.size() - done);
+        in[0] = const_cast<float*>(signal.data() + done);
+        filter->process(in, frames);
+        std::copy_n(filter->getOutput(0), frames, out.begin() + static_cast<long>(done));
+        done += frames;
+    }
+    return out;
+}
+
+/// Bursts of a sine that drive the grid past its onset at every crest, between silences.
+std::vector<float> bursts(double amplitude) {
+    auto signal = nodara::testing::sine(1500.0, 192000.0, 20000, amplitude);
+    for (size_t i = 0; i < signal.size(); ++i) {
+        if ((i / 2500) % 2 == 1) {
+            signal[i] *= 0.01f;
+        }
+    }
+    return signal;
+}
+
+// The filters run ahead on their coefficients as far as the grid lets them stand, and give
+// the bits of asking before every sample, in blocks of any size; the grid does load them.
+TEST(GridLoad, RunningAheadGivesTheBitsOfUpdatingEverySample) {
+    const std::vector<size_t> blocks = {1, 2, 5, 64, 333, 1024, 3, 17};
+    using Samples = std::vector<float>;
+    const auto check = [&](auto run, const Samples& grid, const Samples& unloaded,
+                           const Samples& signal) {
+        const auto reference = run(grid, signal, std::vector<size_t>{1024}, true);
+        EXPECT_EQ(run(grid, signal, blocks, false), reference);
+        EXPECT_EQ(run(grid, signal, std::vector<size_t>{1024}, false), reference);
+        EXPECT_NE(run(unloaded, signal, std::vector<size_t>{1024}, false), reference);
+    };
+    check(throughHandled<nodara::BiQuad, VolCtrlPropertiesHandler>,
+          conductingGrid(1001, 0.0f, 1.42f), conductingGrid(1001, 0.0f, 100.0f), bursts(8.0));
+    check(throughHandled<nodara::FirstOrderIIR, V2V3PropertiesHandler>,
+          conductingGrid(601, 18.0f, 18.3f), conductingGrid(601, 18.0f, 100.0f), bursts(25.0));
+}
+
 /// Counts what a calculator is told.
 class CountingCalculator : public WrappedFilterPropertyCalculator {
 public:

@@ -60,7 +60,7 @@ TEST(DSPGraph, UnwiredInputsReadAsSilence) {
     }
 }
 
-TEST(DSPGraph, OffGivesSilenceAndBypassCopiesTheInput) {
+TEST(DSPGraph, OffGivesSilenceAndBypassHandsTheInputOn) {
     const auto input = testSignal(40);
     for (const char* name : {"Block", "Sequential", "Iterative"}) {
         auto off = driverFor(oneGraphSystem(chain, "B", method(name, "Off='true' ")), 16);

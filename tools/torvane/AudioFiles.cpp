@@ -59,22 +59,32 @@ AudioWriter::~AudioWriter() {
     }
 }
 
+// Frames gather into chunks: a write per block of one frame would cost a system call per
+// frame, more than the effect itself.
 void AudioWriter::write(const std::vector<const float*>& channelData, size_t frames) {
     const auto channels = static_cast<size_t>(channelCount);
-    interleaved.resize(frames * channels);
+    const size_t start = interleaved.size();
+    interleaved.resize(start + frames * channels);
     for (size_t c = 0; c < channels; ++c) {
         for (size_t i = 0; i < frames; ++i) {
-            interleaved[i * channels + c] = channelData[c][i];
+            interleaved[start + i * channels + c] = channelData[c][i];
         }
     }
-    const sf_count_t written =
-        sf_writef_float(file, interleaved.data(), static_cast<sf_count_t>(frames));
-    if (written != static_cast<sf_count_t>(frames)) {
-        throw FileError("error while writing " + path + ": " + sf_strerror(file));
+    if (interleaved.size() >= chunkFrames * channels) {
+        flush();
     }
 }
 
+void AudioWriter::flush() {
+    const auto frames = static_cast<sf_count_t>(interleaved.size()) / channelCount;
+    if (sf_writef_float(file, interleaved.data(), frames) != frames) {
+        throw FileError("error while writing " + path + ": " + sf_strerror(file));
+    }
+    interleaved.clear();
+}
+
 void AudioWriter::commit() {
+    flush();
     const int closed = sf_close(file);
     file = nullptr;
     if (closed != 0 || std::rename(temporaryPath.c_str(), path.c_str()) != 0) {

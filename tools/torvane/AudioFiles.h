@@ -39,9 +39,13 @@ public:
 
     /// Writes `frames` frames from one pointer per channel.
     void write(const std::vector<const float*>& channelData, size_t frames);
+    /// Writes what is still held and moves the file into place.
     void commit();
 
 private:
+    void flush();
+
+    static constexpr size_t chunkFrames = 8192;
     std::string path;
     std::string temporaryPath;
     int channelCount;
