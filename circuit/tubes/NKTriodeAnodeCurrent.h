@@ -17,7 +17,9 @@ namespace nodara {
 /// Vgk = VgkMin .. VgkMax by DeltaVgk (default 0.2 V) and Vpk = 0 .. VpMax by DeltaVpk
 /// (default 10 V) and read bilinearly: below VgkMin the current is 0, above VgkMax the grid
 /// is taken at VgkMax; above VpMax the current is computed, the slopes taken at VpMax. A
-/// sample then needs no exp, log or pow.
+/// sample then needs no exp, log or pow. With the 12AX7 steps (0.01 V by 2 V) the reading is
+/// within 1 % + 1.5 µA of the law's current and 2 % + 3 µA/V of its slopes from Vpk = 10 V
+/// up; in the first cells, where the current rises as Vpk^Ex, up to some 80 µA.
 class NKTriodeAnodeCurrent : public TriodeCurrent {
 public:
     void setProperties(const Properties& properties) override;

@@ -25,7 +25,8 @@ TEST(OpCommand, PrintsEachNodeAndSourceCurrentAligned) {
 TEST(Examples, RunAlikeAtEveryBlockSize) {
     const auto in = written("example-tone.wav", tone(1, 2000));
     for (const char* name : {"rc-lowpass.xml", "potentiometer-divider.xml", "opamp-inverting.xml",
-                             "oversampled-circuit.xml", "two-graph-lookup.xml"}) {
+                             "oversampled-circuit.xml", "two-graph-lookup.xml", "triode-stage.xml",
+                             "three-stage-preamp.xml", "pentode-power-stage.xml"}) {
         SCOPED_TRACE(name);
         std::vector<float> first;
         for (const char* block : {"", " --block 1", " --block 5000"}) {
