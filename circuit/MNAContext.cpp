@@ -84,9 +84,9 @@ void MNAContext::build() {
         components[c]->setNodeIndices(nodeIndices[c]);
     }
     findOutputs();
-    gatherPartRows();
     const int32 n = nodeIndexMax + 1 + extraCount + (-1 - fixedCounter);
     solution = Eigen::VectorXf::Zero(n);
+    gatherPartRows();
     fixedValues = Eigen::VectorXf::Zero(n);
     staticMatrix = Eigen::MatrixXf::Zero(n, n);
     dynamicMatrix = Eigen::MatrixXf::Zero(n, n);
@@ -191,13 +191,14 @@ void MNAContext::findOutputs() {
 
 void MNAContext::gatherPartRows() {
     for (size_t c = 0; c < components.size(); ++c) {
-        const PartRows rows{components[c], nodeIndices[c]->data(),
-                            static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
-                            extraBase[c], extraCounts[c]};
+        PartRows rows{components[c], nodeIndices[c]->data(),
+                      static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
+                      extraBase[c], extraCounts[c], 0, 0};
         if (hasRhsFlags[c]) {
             (components[c]->rhsReadsIterate() ? iterateRhsParts : sampleRhsParts).push_back(rows);
         }
         if (nonlinearFlags[c]) {
+            gatherStampEntries(rows);
             nonlinearParts.push_back(rows);
         }
         if (fixedIndex[c] >= 0 &&
@@ -205,6 +206,24 @@ void MNAContext::gatherPartRows() {
             fixedRows.push_back(fixedIndex[c]);
         }
     }
+}
+
+void MNAContext::gatherStampEntries(PartRows& part) {
+    const int32 last = nodeIndexMax + extraCount;
+    const auto size = static_cast<int32>(solution.size());
+    part.firstEntry = static_cast<int32>(jacobianEntries.size());
+    for (int32 j = 0; j < part.nodeCount; ++j) {
+        const int32 row = part.nodes[j];
+        if (row == -1 || row > last) {
+            continue;
+        }
+        for (int32 l = 0; l < part.nodeCount; ++l) {
+            if (part.nodes[l] != -1) {
+                jacobianEntries.push_back({j, l, part.nodes[l] * size + row});
+            }
+        }
+    }
+    part.endEntry = static_cast<int32>(jacobianEntries.size());
 }
 
 void MNAContext::addNodeStamp(Eigen::MatrixXf& target, const int32* nodes, int32 nodeCount,
@@ -277,9 +296,13 @@ void MNAContext::assembleStaticMatrix() {
 
 Eigen::MatrixXf& MNAContext::assembleJacobian(Eigen::VectorXf& x) {
     std::copy(staticMatrix.data(), staticMatrix.data() + staticMatrix.size(), dynamicMatrix.data());
+    scalar* target = dynamicMatrix.data();
     for (const PartRows& part : nonlinearParts) {
         if (Component::Stamp jacobian = part.component->getJacobian(x.data())) {
-            addNodeStamp(dynamicMatrix, part.nodes, part.nodeCount, jacobian);
+            for (int32 e = part.firstEntry; e < part.endEntry; ++e) {
+                const StampEntry& entry = jacobianEntries[static_cast<size_t>(e)];
+                target[entry.offset] += jacobian[entry.row][entry.column];
+            }
         }
     }
     return dynamicMatrix;

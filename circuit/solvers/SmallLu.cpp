@@ -17,51 +17,73 @@ scalar reciprocal(scalar d) {
     return r0 * (2.0f - d * r0);
 }
 
+// The matrix is worked on in a local copy: with no pointer that might alias it, the compiler
+// keeps the entries in registers instead of reloading them after every store.
 template <int32 n>
 int32 ludcmp(scalar* a, int32 lda, int32* ipiv) {
-    const auto at = [&](int32 row, int32 column) -> scalar& {
-        return a[static_cast<std::ptrdiff_t>(column) * lda + row];
-    };
-    #pragma GCC unroll 8
-    for (int32 i = 0; i < n; ++i) {
-        ipiv[i] = i;
+    scalar m[n][n];
+    #pragma GCC unroll 12
+    for (int32 k = 0; k < n; ++k) {
+        #pragma GCC unroll 12
+        for (int32 i = 0; i < n; ++i) {
+            m[k][i] = a[static_cast<std::ptrdiff_t>(k) * lda + i];
+        }
     }
-    #pragma GCC unroll 8
+    int32 order[n];
+    #pragma GCC unroll 12
+    for (int32 i = 0; i < n; ++i) {
+        order[i] = i;
+    }
+    int32 status = 0;
+    #pragma GCC unroll 12
     for (int32 j = 0; j < n; ++j) {
         int32 p = j;
-        scalar largest = std::fabs(at(j, j));
-        #pragma GCC unroll 8
+        scalar largest = std::fabs(m[j][j]);
+        #pragma GCC unroll 12
         for (int32 i = j + 1; i < n; ++i) {
-            if (std::fabs(at(i, j)) > largest) {
-                largest = std::fabs(at(i, j));
+            if (std::fabs(m[j][i]) > largest) {
+                largest = std::fabs(m[j][i]);
                 p = i;
             }
         }
-        if (p != j) {
-            std::swap(ipiv[j], ipiv[p]);
-            #pragma GCC unroll 8
-            for (int32 k = 0; k < n; ++k) {
-                std::swap(at(j, k), at(p, k));
+        // Each candidate row by its constant index, so that no entry needs an address.
+        #pragma GCC unroll 12
+        for (int32 i = j + 1; i < n; ++i) {
+            if (p == i) {
+                std::swap(order[j], order[i]);
+                #pragma GCC unroll 12
+                for (int32 k = 0; k < n; ++k) {
+                    std::swap(m[k][j], m[k][i]);
+                }
             }
         }
-        const scalar pivot = at(j, j);
+        const scalar pivot = m[j][j];
         if (!(std::fabs(pivot) >= 1e-20f)) {
-            return -1;
+            status = -1;
+            break;
         }
         const scalar r = reciprocal(pivot);
-        #pragma GCC unroll 8
+        #pragma GCC unroll 12
         for (int32 i = j + 1; i < n; ++i) {
-            at(i, j) *= r;
+            m[j][i] *= r;
         }
-        #pragma GCC unroll 8
+        #pragma GCC unroll 12
         for (int32 k = j + 1; k < n; ++k) {
-            #pragma GCC unroll 8
+            #pragma GCC unroll 12
             for (int32 i = j + 1; i < n; ++i) {
-                at(i, k) -= at(j, k) * at(i, j);
+                m[k][i] -= m[k][j] * m[j][i];
             }
         }
     }
-    return 0;
+    #pragma GCC unroll 12
+    for (int32 k = 0; k < n; ++k) {
+        ipiv[k] = order[k];
+        #pragma GCC unroll 12
+        for (int32 i = 0; i < n; ++i) {
+            a[static_cast<std::ptrdiff_t>(k) * lda + i] = m[k][i];
+        }
+    }
+    return status;
 }
 
 template <int32 n>
@@ -69,24 +91,29 @@ int32 lubksb(const scalar* a, int32 lda, const int32* ipiv, const scalar* b, sca
     const auto at = [&](int32 row, int32 column) {
         return a[static_cast<std::ptrdiff_t>(column) * lda + row];
     };
-    #pragma GCC unroll 8
+    scalar v[n];
+    #pragma GCC unroll 12
     for (int32 i = 0; i < n; ++i) {
-        x[i] = b[ipiv[i]];
+        v[i] = b[ipiv[i]];
     }
-    #pragma GCC unroll 8
+    #pragma GCC unroll 12
     for (int32 j = 0; j + 1 < n; ++j) {
-        #pragma GCC unroll 8
+        #pragma GCC unroll 12
         for (int32 i = j + 1; i < n; ++i) {
-            x[i] -= at(i, j) * x[j];
+            v[i] -= at(i, j) * v[j];
         }
     }
-    #pragma GCC unroll 8
+    #pragma GCC unroll 12
     for (int32 j = n - 1; j >= 0; --j) {
-        x[j] *= reciprocal(at(j, j));
-        #pragma GCC unroll 8
+        v[j] *= reciprocal(at(j, j));
+        #pragma GCC unroll 12
         for (int32 i = 0; i < j; ++i) {
-            x[i] -= at(i, j) * x[j];
+            v[i] -= at(i, j) * v[j];
         }
+    }
+    #pragma GCC unroll 12
+    for (int32 i = 0; i < n; ++i) {
+        x[i] = v[i];
     }
     return 0;
 }

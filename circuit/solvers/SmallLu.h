@@ -13,7 +13,7 @@ struct SmallLu {
     int32 (*lubksb)(const scalar* a, int32 lda, const int32* ipiv, const scalar* b, scalar* x);
 };
 
-inline constexpr int32 smallLuOrders = 8;
+inline constexpr int32 smallLuOrders = 12;
 
 /// The forms for order n, 1 ≤ n ≤ smallLuOrders.
 const SmallLu& smallLuFor(int32 n);
