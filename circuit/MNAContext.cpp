@@ -193,8 +193,9 @@ void MNAContext::gatherPartRows() {
     for (size_t c = 0; c < components.size(); ++c) {
         PartRows rows{components[c], nodeIndices[c]->data(),
                       static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
-                      extraBase[c], extraCounts[c], 0, 0};
+                      extraBase[c], extraCounts[c], 0, 0, 0, 0};
         if (hasRhsFlags[c]) {
+            gatherRhsEntries(rows);
             (components[c]->rhsReadsIterate() ? iterateRhsParts : sampleRhsParts).push_back(rows);
         }
         if (nonlinearFlags[c]) {
@@ -224,6 +225,19 @@ void MNAContext::gatherStampEntries(PartRows& part) {
         }
     }
     part.endEntry = static_cast<int32>(jacobianEntries.size());
+}
+
+void MNAContext::gatherRhsEntries(PartRows& part) {
+    part.firstRhsEntry = static_cast<int32>(rhsEntries.size());
+    for (int32 j = 0; j < part.nodeCount; ++j) {
+        if (part.nodes[j] != -1) {
+            rhsEntries.push_back({j, part.nodes[j], part.nodes[j] == part.fixedIndex});
+        }
+    }
+    for (int32 t = 0; t < part.extraCount; ++t) {
+        rhsEntries.push_back({part.nodeCount + t, part.extraBase + t, false});
+    }
+    part.endRhsEntry = static_cast<int32>(rhsEntries.size());
 }
 
 void MNAContext::addNodeStamp(Eigen::MatrixXf& target, const int32* nodes, int32 nodeCount,
@@ -329,24 +343,20 @@ void MNAContext::computeRhs(Eigen::VectorXf& x, const Eigen::VectorXf& sampleRhs
 
 // A fixed-voltage part's value at its driven node is assigned, not added; the others add.
 void MNAContext::addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out) {
+    scalar* sum = out.data();
+    scalar* driven = fixedValues.data();
     for (const PartRows& part : parts) {
         const scalar* r = part.component->getRhs(x);
         if (r == nullptr) {
             continue;
         }
-        for (int32 j = 0; j < part.nodeCount; ++j) {
-            const int32 i = part.nodes[j];
-            if (i == -1) {
-                continue;
-            }
-            if (i == part.fixedIndex) {
-                fixedValues[i] = r[j];
+        for (int32 e = part.firstRhsEntry; e < part.endRhsEntry; ++e) {
+            const RhsEntry& entry = rhsEntries[static_cast<size_t>(e)];
+            if (entry.drives) {
+                driven[entry.target] = r[entry.source];
             } else {
-                out[i] += r[j];
+                sum[entry.target] += r[entry.source];
             }
-        }
-        for (int32 t = 0; t < part.extraCount; ++t) {
-            out[part.extraBase + t] += r[part.nodeCount + t];
         }
     }
 }

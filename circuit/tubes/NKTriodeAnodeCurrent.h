@@ -4,6 +4,7 @@
 
 #include <array>
 #include <limits>
+#include <memory>
 #include <vector>
 
 namespace nodara {
@@ -32,7 +33,10 @@ private:
 
     void readLaw(const Properties& properties);
     void readTableRange(const Properties& properties);
-    void buildTables();
+    /// The tables of these parameters, shared by every law that has them: the preamp's
+    /// three 12AX7s build one.
+    void findOrBuildTables();
+    std::vector<Cell> buildTables() const;
     /// The law and its slopes at (vg, vp), vp > 0.
     Cell lawAt(double vg, double vp) const;
     /// Bilinear reading of the table at (vg, vp), both within it. The reading is kept: the
@@ -49,7 +53,8 @@ private:
     scalar vgkMin = 0.0f;
     scalar vpMax = 0.0f;
     /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk.
-    std::vector<Cell> table;
+    std::shared_ptr<const std::vector<Cell>> tables;
+    const Cell* table = nullptr;
     int32 nVgk = 0;
     int32 nVp = 0;
     bool doNotInterpolate = false;
