@@ -90,13 +90,80 @@ int32 ludcmp(scalar* a, int32 lda, int32* ipiv) {
 // number of four-lane groups, is updated four rows at a time; the lanes of rows that are not
 // below the pivot keep their values by selection, so every entry sees the same multiplications
 // and subtractions, in the same order, as in the plain loops.
+// Exchanges rows j and p of every column through whole groups: a column's groups are read as
+// groups right after, which a store of a single entry would hold up.
+// The row of the largest magnitude in rows j .. n − 1 of a column, the first of equal ones, j
+// unless another is strictly larger, NaNs never chosen: the plain loop's answer, with the
+// search done on four rows at a time.
+template <int32 n, int32 padded>
+int32 pivotRow(const scalar (&column)[padded], int32 j) {
+    const __m128i lane = _mm_setr_epi32(0, 1, 2, 3);
+    const __m128 magnitude = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
+    const __m128 none = _mm_set1_ps(-1.0f);
+    const int32 first = (j + 1) & ~3;
+    // Magnitudes of rows j + 1 .. n − 1 in the group at g, −1 elsewhere.
+    const auto candidates = [&](int32 g) {
+        const __m128i rows = _mm_add_epi32(lane, _mm_set1_epi32(g));
+        const __m128 wanted = _mm_castsi128_ps(_mm_and_si128(
+            _mm_cmpgt_epi32(rows, _mm_set1_epi32(j)), _mm_cmplt_epi32(rows, _mm_set1_epi32(n))));
+        const __m128 value = _mm_and_ps(_mm_load_ps(&column[g]), magnitude);
+        return _mm_or_ps(_mm_and_ps(wanted, value), _mm_andnot_ps(wanted, none));
+    };
+    // maxps gives its second operand where the first is NaN.
+    __m128 best = none;
+    for (int32 g = first; g < padded; g += 4) {
+        best = _mm_max_ps(candidates(g), best);
+    }
+    best = _mm_max_ps(best, _mm_shuffle_ps(best, best, _MM_SHUFFLE(1, 0, 3, 2)));
+    best = _mm_max_ps(best, _mm_shuffle_ps(best, best, _MM_SHUFFLE(2, 3, 0, 1)));
+    if (!(_mm_cvtss_f32(best) > std::fabs(column[j]))) {
+        return j;
+    }
+    for (int32 g = first;; g += 4) {
+        if (const int bits = _mm_movemask_ps(_mm_cmpeq_ps(candidates(g), best))) {
+            return g + __builtin_ctz(static_cast<unsigned>(bits));
+        }
+    }
+}
+
+template <int32 n, int32 padded>
+void exchangeRows(scalar (&m)[n][padded], int32 j, int32 p) {
+    const __m128i lane = _mm_setr_epi32(0, 1, 2, 3);
+    const __m128 atJ = _mm_castsi128_ps(_mm_cmpeq_epi32(lane, _mm_set1_epi32(j & 3)));
+    const __m128 atP = _mm_castsi128_ps(_mm_cmpeq_epi32(lane, _mm_set1_epi32(p & 3)));
+    const auto put = [](__m128 group, __m128 mask, scalar value) {
+        return _mm_or_ps(_mm_andnot_ps(mask, group), _mm_and_ps(mask, _mm_set1_ps(value)));
+    };
+    const int32 groupJ = j & ~3;
+    const int32 groupP = p & ~3;
+    for (int32 k = 0; k < n; ++k) {
+        const scalar valueJ = m[k][j];
+        const scalar valueP = m[k][p];
+        if (groupJ == groupP) {
+            _mm_store_ps(&m[k][groupJ],
+                         put(put(_mm_load_ps(&m[k][groupJ]), atJ, valueP), atP, valueJ));
+        } else {
+            _mm_store_ps(&m[k][groupJ], put(_mm_load_ps(&m[k][groupJ]), atJ, valueP));
+            _mm_store_ps(&m[k][groupP], put(_mm_load_ps(&m[k][groupP]), atP, valueJ));
+        }
+    }
+}
+
 template <int32 n>
 int32 ludcmpByColumns(scalar* a, int32 lda, int32* ipiv) {
     constexpr int32 padded = (n + 3) & ~3;
-    alignas(16) scalar m[n][padded] = {};
+    // Filled by whole groups, so that the first group loads of each column find it in one
+    // store rather than in four.
+    alignas(16) scalar m[n][padded];
     for (int32 k = 0; k < n; ++k) {
-        for (int32 i = 0; i < n; ++i) {
-            m[k][i] = a[static_cast<std::ptrdiff_t>(k) * lda + i];
+        const scalar* column = a + static_cast<std::ptrdiff_t>(k) * lda;
+        int32 i = 0;
+        for (; i + 4 <= n; i += 4) {
+            _mm_store_ps(&m[k][i], _mm_loadu_ps(column + i));
+        }
+        if constexpr (n % 4 != 0) {
+            _mm_store_ps(&m[k][i], _mm_setr_ps(column[i], n % 4 > 1 ? column[i + 1] : 0.0f,
+                                               n % 4 > 2 ? column[i + 2] : 0.0f, 0.0f));
         }
     }
     for (int32 i = 0; i < n; ++i) {
@@ -105,19 +172,10 @@ int32 ludcmpByColumns(scalar* a, int32 lda, int32* ipiv) {
     const __m128i lane = _mm_setr_epi32(0, 1, 2, 3);
     int32 status = 0;
     for (int32 j = 0; j < n; ++j) {
-        int32 p = j;
-        scalar largest = std::fabs(m[j][j]);
-        for (int32 i = j + 1; i < n; ++i) {
-            if (std::fabs(m[j][i]) > largest) {
-                largest = std::fabs(m[j][i]);
-                p = i;
-            }
-        }
+        const int32 p = pivotRow<n, padded>(m[j], j);
         if (p != j) {
             std::swap(ipiv[j], ipiv[p]);
-            for (int32 k = 0; k < n; ++k) {
-                std::swap(m[k][j], m[k][p]);
-            }
+            exchangeRows(m, j, p);
         }
         const scalar pivot = m[j][j];
         if (!(std::fabs(pivot) >= 1e-20f)) {
