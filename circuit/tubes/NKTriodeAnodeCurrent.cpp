@@ -3,6 +3,8 @@
 #include "circuit/tubes/KorenTerms.h"
 #include "runtime/Exceptions.h"
 
+#include <xmmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -97,7 +99,7 @@ void NKTriodeAnodeCurrent::findOrBuildTables() {
 // The current is kept only from 1 nA up: below it the table holds 0. The slopes are taken on
 // the grid voltage of the row, the current with the grid held at VgkMax.
 std::vector<NKTriodeAnodeCurrent::Cell> NKTriodeAnodeCurrent::buildTables() const {
-    std::vector<Cell> cells(static_cast<size_t>(nVgk) * static_cast<size_t>(nVp), Cell{});
+    std::vector<Cell> cells(static_cast<size_t>(nVgk) * static_cast<size_t>(nVp) + 1, Cell{});
     for (int32 i = 0; i < nVgk; ++i) {
         const scalar vg = static_cast<scalar>(i) * deltaVgk + vgkMin;
         Cell* row = cells.data() + static_cast<size_t>(i) * static_cast<size_t>(nVp);
@@ -153,12 +155,22 @@ const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, s
     const scalar g1 = g0 + deltaVgk;
     const Cell* row = table + static_cast<size_t>(r) * static_cast<size_t>(nVp) + c;
     const Cell* next = row + nVp;
-    const scalar scale = reciprocalDeltaVgk * reciprocalDeltaVpk;
-    for (size_t k = 0; k < 3; ++k) {
-        reading[k] = (((vg - g0) * next[0][k] + row[0][k] * (g1 - vg)) * (p0 + deltaVpk - vp) +
-                      row[1][k] * (g1 - vg) * (vp - p0) + next[1][k] * (vg - g0) * (vp - p0)) *
-                     scale;
-    }
+    // Current and both slopes at once, one per lane, each by the same steps as written above;
+    // the fourth lane reads the next cell's current (the table ends in a spare cell) and is
+    // dropped.
+    const auto at = [](const Cell& cell) { return _mm_loadu_ps(cell.data()); };
+    const __m128 up = _mm_set1_ps(vg - g0);
+    const __m128 down = _mm_set1_ps(g1 - vg);
+    const __m128 right = _mm_set1_ps(vp - p0);
+    const __m128 left = _mm_set1_ps(p0 + deltaVpk - vp);
+    const __m128 sum = _mm_add_ps(
+        _mm_add_ps(_mm_mul_ps(_mm_add_ps(_mm_mul_ps(up, at(next[0])), _mm_mul_ps(at(row[0]), down)),
+                              left),
+                   _mm_mul_ps(_mm_mul_ps(at(row[1]), down), right)),
+        _mm_mul_ps(_mm_mul_ps(at(next[1]), up), right));
+    alignas(16) scalar lanes[4];
+    _mm_store_ps(lanes, _mm_mul_ps(sum, _mm_set1_ps(reciprocalDeltaVgk * reciprocalDeltaVpk)));
+    reading = {lanes[0], lanes[1], lanes[2]};
     readVg = vg;
     readVp = vp;
     return reading;

@@ -52,7 +52,8 @@ private:
     scalar vgkMax = std::numeric_limits<scalar>::infinity();
     scalar vgkMin = 0.0f;
     scalar vpMax = 0.0f;
-    /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk.
+    /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk; one spare
+    /// cell behind them.
     std::shared_ptr<const std::vector<Cell>> tables;
     const Cell* table = nullptr;
     int32 nVgk = 0;
