@@ -3,7 +3,6 @@
 #include "runtime/Exceptions.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace nodara {
 
@@ -47,8 +46,18 @@ void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32
         throw NodaraException(concat(
             "Invalid size of the y vector in matrix-vector product. Expected", rows, ", got", ny));
     }
-    // The lanes past n were zeroed when the scratch was made and are never written.
-    std::memcpy(x.data(), operand, cols * sizeof(scalar));
+    // Whole groups in and out: a group read soon after a narrower copy wrote it would wait
+    // for that copy. The lanes past n are 0.
+    uint32_t full = 0;
+    for (; 4 * full + 4 <= cols; ++full) {
+        _mm_store_ps(x[full].lanes, _mm_loadu_ps(operand + 4 * full));
+    }
+    if (full < blocksN) {
+        const scalar* tail = operand + 4 * full;
+        const uint32_t left = cols - 4 * full;
+        _mm_store_ps(x[full].lanes, _mm_setr_ps(tail[0], left > 1 ? tail[1] : 0.0f,
+                                                left > 2 ? tail[2] : 0.0f, 0.0f));
+    }
     switch (blocksN) {
     case 1: return productOf<1>(y);
     case 2: return productOf<2>(y);
