@@ -10,15 +10,16 @@ namespace nodara {
 
 namespace {
 
-// Every loop is unrolled in full: the order is a constant, and a straight line of arithmetic is
-// what makes these forms worth having.
+// The hardware's estimate of 1/d and one Newton step, as the kernels form it.
 scalar reciprocal(scalar d) {
     const scalar r0 = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(d)));
     return r0 * (2.0f - d * r0);
 }
 
-// The matrix is worked on in a local copy: with no pointer that might alias it, the compiler
-// keeps the entries in registers instead of reloading them after every store.
+// Every loop is unrolled in full: the order is a constant, and a straight line of arithmetic is
+// what makes these forms worth having. The matrix is worked on in a local copy: with no pointer
+// that might alias it, the compiler keeps the entries in registers instead of reloading them
+// after every store.
 template <int32 n>
 int32 ludcmp(scalar* a, int32 lda, int32* ipiv) {
     scalar m[n][n];
@@ -86,12 +87,6 @@ int32 ludcmp(scalar* a, int32 lda, int32* ipiv) {
     return status;
 }
 
-// Above order 4 the entries no longer fit in registers. There each column, padded to a whole
-// number of four-lane groups, is updated four rows at a time; the lanes of rows that are not
-// below the pivot keep their values by selection, so every entry sees the same multiplications
-// and subtractions, in the same order, as in the plain loops.
-// Exchanges rows j and p of every column through whole groups: a column's groups are read as
-// groups right after, which a store of a single entry would hold up.
 // The row of the largest magnitude in rows j .. n − 1 of a column, the first of equal ones, j
 // unless another is strictly larger, NaNs never chosen: the plain loop's answer, with the
 // search done on four rows at a time.
@@ -126,6 +121,8 @@ int32 pivotRow(const scalar (&column)[padded], int32 j) {
     }
 }
 
+// Exchanges rows j and p of every column through whole groups: a column's groups are read as
+// groups right after, which a store of a single entry would hold up.
 template <int32 n, int32 padded>
 void exchangeRows(scalar (&m)[n][padded], int32 j, int32 p) {
     const __m128i lane = _mm_setr_epi32(0, 1, 2, 3);
@@ -149,6 +146,10 @@ void exchangeRows(scalar (&m)[n][padded], int32 j, int32 p) {
     }
 }
 
+// Above order 8 the unrolled form has more entries than registers. There each column, padded
+// to a whole number of four-lane groups, is updated four rows at a time; the lanes of rows that
+// are not below the pivot keep their values by selection, so every entry sees the same
+// multiplications and subtractions, in the same order, as in the plain loops.
 template <int32 n>
 int32 ludcmpByColumns(scalar* a, int32 lda, int32* ipiv) {
     constexpr int32 padded = (n + 3) & ~3;
@@ -253,7 +254,7 @@ int32 lubksb(const scalar* a, int32 lda, const int32* ipiv, const scalar* b, sca
 
 template <int32... orders>
 constexpr auto formsFor(std::integer_sequence<int32, orders...>) {
-    return std::array<SmallLu, sizeof...(orders)>{SmallLu{orders < 4 ? &ludcmp<orders + 1> : &ludcmpByColumns<orders + 1>,
+    return std::array<SmallLu, sizeof...(orders)>{SmallLu{orders < 8 ? &ludcmp<orders + 1> : &ludcmpByColumns<orders + 1>,
                 &lubksb<orders + 1>}...};
 }
 
