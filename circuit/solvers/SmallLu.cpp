@@ -146,6 +146,33 @@ void exchangeRows(scalar (&m)[n][padded], int32 j, int32 p) {
     }
 }
 
+// What the multipliers of step j (rows j + 1 .. n − 1 of column j) allow to be skipped. A
+// Jacobian is mostly zeros: a column whose factor is 0, or every column when all multipliers
+// are 0, would have 0 subtracted from each entry, which leaves a finite entry as it is (but
+// for the sign of a zero, which no later step can turn into a different non-zero value). An
+// infinite or NaN multiplier (or factor) would make that 0 a NaN, so then nothing is skipped.
+struct Multipliers {
+    bool finite;
+    bool zero;
+};
+
+template <int32 n, int32 padded>
+Multipliers multipliersOf(const scalar (&column)[padded], int32 j) {
+    const __m128i lane = _mm_setr_epi32(0, 1, 2, 3);
+    int notFinite = 0;
+    int notZero = 0;
+    for (int32 g = (j + 1) & ~3; g < padded; g += 4) {
+        const __m128i rows = _mm_add_epi32(lane, _mm_set1_epi32(g));
+        const int wanted = _mm_movemask_ps(_mm_castsi128_ps(_mm_and_si128(
+            _mm_cmpgt_epi32(rows, _mm_set1_epi32(j)), _mm_cmplt_epi32(rows, _mm_set1_epi32(n)))));
+        const __m128 value = _mm_load_ps(&column[g]);
+        const __m128 zero = _mm_setzero_ps();
+        notFinite |= wanted & ~_mm_movemask_ps(_mm_cmpeq_ps(_mm_mul_ps(value, zero), zero));
+        notZero |= wanted & ~_mm_movemask_ps(_mm_cmpeq_ps(value, zero));
+    }
+    return {notFinite == 0, notZero == 0};
+}
+
 // Above order 8 the unrolled form has more entries than registers. There each column, padded
 // to a whole number of four-lane groups, is updated four rows at a time; the lanes of rows that
 // are not below the pivot keep their values by selection, so every entry sees the same
@@ -199,7 +226,12 @@ int32 ludcmpByColumns(scalar* a, int32 lda, int32* ipiv) {
         for (int32 g = first + 4; g < padded; g += 4) {
             _mm_store_ps(&m[j][g], _mm_mul_ps(_mm_load_ps(&m[j][g]), r));
         }
+        const Multipliers multipliers = multipliersOf<n, padded>(m[j], j);
         for (int32 k = j + 1; k < n; ++k) {
+            if (multipliers.finite && (m[k][j] == 0.0f || (multipliers.zero &&
+                                                           std::isfinite(m[k][j])))) {
+                continue;
+            }
             const __m128 factor = _mm_set1_ps(m[k][j]);
             const __m128 column = _mm_load_ps(&m[k][first]);
             _mm_store_ps(&m[k][first],

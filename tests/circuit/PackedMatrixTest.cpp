@@ -71,17 +71,21 @@ TEST(PackedMatrix, PackedInverseAndStridedLuSolveLikeADoublePrecisionSolve) {
 }
 
 // The forms compiled per order give the kernels' factors, pivots and solution bit for bit, on
-// matrices with padded columns whose pivots must be searched for, and stop at a zero pivot
-// where the kernels do.
+// matrices with padded columns whose pivots must be searched for, dense and half zeros (whose
+// zero steps the column form skips), and stop at a zero pivot where the kernels do.
 TEST(SmallLu, MatchesTheKernelsBitForBit) {
     std::mt19937 random(7);
     std::uniform_real_distribution<float> entry(-1.0f, 1.0f);
     for (int32 n = 1; n <= smallLuOrders; ++n) {
-        for (const bool singular : {false, true}) {
-            SCOPED_TRACE(::testing::Message() << "n = " << n << (singular ? ", singular" : ""));
+        for (const auto& [singular, sparse] : {std::pair{false, false}, {false, true}, {true, false}}) {
+            SCOPED_TRACE(::testing::Message() << "n = " << n << (singular ? ", singular" : "")
+                                              << (sparse ? ", half zeros" : ""));
             const int32 lda = n + 2;
             std::vector<scalar> a(static_cast<size_t>(lda * n)), b(static_cast<size_t>(n));
-            std::generate(a.begin(), a.end(), [&] { return entry(random); });
+            std::generate(a.begin(), a.end(), [&] {
+                const scalar value = entry(random);
+                return sparse && value < 0.0f ? 0.0f : value;
+            });
             std::generate(b.begin(), b.end(), [&] { return entry(random); });
             if (singular) {
                 std::fill(a.begin() + (n - 1) * lda, a.begin() + (n - 1) * lda + n, 0.0f);
