@@ -85,8 +85,8 @@ void MNAContext::build() {
     }
     findOutputs();
     const int32 n = nodeIndexMax + 1 + extraCount + (-1 - fixedCounter);
+    gatherPartRows(n);
     solution = Eigen::VectorXf::Zero(n);
-    gatherPartRows();
     fixedValues = Eigen::VectorXf::Zero(n);
     staticMatrix = Eigen::MatrixXf::Zero(n, n);
     dynamicMatrix = Eigen::MatrixXf::Zero(n, n);
@@ -189,7 +189,7 @@ void MNAContext::findOutputs() {
     outputs = std::make_shared<std::vector<scalar>>(outputNames->size());
 }
 
-void MNAContext::gatherPartRows() {
+void MNAContext::gatherPartRows(int32 n) {
     for (size_t c = 0; c < components.size(); ++c) {
         PartRows rows{components[c], nodeIndices[c]->data(),
                       static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
@@ -199,7 +199,7 @@ void MNAContext::gatherPartRows() {
             (components[c]->rhsReadsIterate() ? iterateRhsParts : sampleRhsParts).push_back(rows);
         }
         if (nonlinearFlags[c]) {
-            gatherStampEntries(rows);
+            gatherStampEntries(rows, n);
             nonlinearParts.push_back(rows);
         }
         if (fixedIndex[c] >= 0 &&
@@ -209,9 +209,8 @@ void MNAContext::gatherPartRows() {
     }
 }
 
-void MNAContext::gatherStampEntries(PartRows& part) {
+void MNAContext::gatherStampEntries(PartRows& part, int32 n) {
     const int32 last = nodeIndexMax + extraCount;
-    const auto size = static_cast<int32>(solution.size());
     part.firstEntry = static_cast<int32>(jacobianEntries.size());
     for (int32 j = 0; j < part.nodeCount; ++j) {
         const int32 row = part.nodes[j];
@@ -220,7 +219,7 @@ void MNAContext::gatherStampEntries(PartRows& part) {
         }
         for (int32 l = 0; l < part.nodeCount; ++l) {
             if (part.nodes[l] != -1) {
-                jacobianEntries.push_back({j, l, part.nodes[l] * size + row});
+                jacobianEntries.push_back({j, l, part.nodes[l] * n + row});
             }
         }
     }

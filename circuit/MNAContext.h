@@ -114,9 +114,10 @@ private:
         int32 offset;
     };
 
-    void gatherPartRows();
+    /// Sorts the parts by what they stamp, for a system of n unknowns.
+    void gatherPartRows(int32 n);
     /// The entries of a node-by-node stamp that the rule of G keeps, for J's data.
-    void gatherStampEntries(PartRows& part);
+    void gatherStampEntries(PartRows& part, int32 n);
     void gatherRhsEntries(PartRows& part);
     void addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out);
     void assignFixedRows(Eigen::VectorXf& out);
