@@ -21,7 +21,7 @@ Cout plate out 22n
 Rout out 0 1meg
 Bp plate cathode I = v(plate,cathode) > 0 ? 2/1060*pwr(v(plate,cathode)/600*ln(1+exp(600*(1/100+v(grid,cathode)/sqrt(300+v(plate,cathode)*v(plate,cathode))))), 1.4) : 0
 Bg grid cathode I = v(grid,cathode)+0.53 > 0 ? 3.14e-4*pwr(v(grid,cathode)+0.53, 3) : 0
-.options method=trap interp
+.options method=trap
 .tran {step} {seconds} 0 {step}
 .save v(out)
 .end
@@ -67,17 +67,23 @@ def read_wav_channel0(path):
 
 
 def read_raw(path, frames):
-    """v(out) at each sample time; ngspice may write more points than it announces."""
+    """v(out) at each sample time, linear between ngspice's own time points. (Its `interp`
+    option, which would write the sample times itself, leads the true answer by more than half
+    a sample here: an RC low-pass came out 9.5 % RMS away from its exact response.)"""
     with open(path, "rb") as f:
         raw = f.read()
     body = raw.partition(b"Binary:\n")[2]
     pairs = struct.unpack("<%dd" % (len(body) // 8), body[:len(body) // 8 * 8])
-    values = [0.0] * frames
-    for i in range(0, len(pairs) - 1, 2):
-        index = round(pairs[i] * RATE)
-        if 0 <= index < frames:
-            values[index] = pairs[i + 1]
-    return values
+    times, values = pairs[0::2], pairs[1::2]
+    result, k = [0.0] * frames, 1
+    for i in range(frames):
+        t = i / RATE
+        while k < len(times) - 1 and times[k] < t:
+            k += 1
+        t0, t1 = times[k - 1], times[k]
+        part = (t - t0) / (t1 - t0) if t1 > t0 else 0.0
+        result[i] = values[k - 1] + part * (values[k] - values[k - 1])
+    return result
 
 
 def main():
