@@ -1,6 +1,7 @@
 #include "circuit/Circuit.h"
 
 #include "runtime/Exceptions.h"
+#include "runtime/Filter.h"
 
 #include <algorithm>
 
@@ -171,20 +172,50 @@ void Circuit::runSamples(const std::vector<scalar*>& inputs, std::vector<scalar*
                          size_t frames) {
     x = context->getSolution();
     const bool timeStepping = context->getAnalysisMode() == 1;
-    Solver& solver = *analysis->solver;
     for (size_t i = 0; i < frames; ++i) {
         for (int32 j = 0; j < numberOfInputs; ++j) {
             (*inputValues)[static_cast<size_t>(j)] = inputs[static_cast<size_t>(j)][i];
         }
-        if (timeStepping) {
-            context->stepListeners();
-        }
-        solver.solve(x);
-        context->setSolution(x);
-        const std::vector<scalar>& values = *context->getOutputs();
+        const std::vector<scalar>& values = solveSample(timeStepping);
         for (size_t j = 0; j < out.size(); ++j) {
             out[j][i] = values[j];
         }
+    }
+}
+
+const std::vector<scalar>& Circuit::solveSample(bool timeStepping) {
+    if (timeStepping) {
+        context->stepListeners();
+    }
+    analysis->solver->solve(x);
+    context->setSolution(x);
+    return *context->getOutputs();
+}
+
+void Circuit::settle(const std::vector<scalar*>& inputs, size_t frames) {
+    if (!initialized || frames == 0) {
+        return;
+    }
+    if (context->isMatrixChanged()) {
+        analysis->solver->recompute();
+        context->setMatrixChanged(false);
+    }
+    for (int32 j = 0; j < numberOfInputs; ++j) {
+        (*inputValues)[static_cast<size_t>(j)] = inputs[static_cast<size_t>(j)][0];
+    }
+    x = context->getSolution();
+    const bool timeStepping = context->getAnalysisMode() == 1;
+    const auto samples = static_cast<size_t>(Filter::settleSeconds * context->getSampleRate());
+    for (size_t i = 1; i < samples; ++i) {
+        solveSample(timeStepping);
+    }
+    const std::vector<scalar>& values = solveSample(timeStepping);
+    if (bypassed) {
+        doBypass(inputs, outputs, frames);
+        return;
+    }
+    for (size_t j = 0; j < outputs.size(); ++j) {
+        std::fill(outputs[j], outputs[j] + frames, off ? 0.0f : values[j]);
     }
 }
 

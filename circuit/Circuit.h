@@ -41,6 +41,10 @@ public:
     void process(const std::vector<scalar*>& inputs, size_t frames) override;
     void process(const std::vector<scalar*>& inputs, std::vector<scalar*>& outputs,
                  size_t frames) override;
+    /// Runs the inputs' first frames, held, for a fixed time whatever `frames` is (a
+    /// converged Newton iterate still moves within its tolerance, so a run as long as the host's
+    /// block would make the start depend on the block size), then holds the outputs it reached.
+    void settle(const std::vector<scalar*>& inputs, size_t frames) override;
     /// Numbers the system, takes the initial condition and readies the solver; allocates.
     void init() override;
 
@@ -53,6 +57,8 @@ private:
     void initializeAt(int32 mode);
     void solveInitialOperatingPoint();
     OperatingPoint solveOperatingPointNow();
+    /// One time step with the present input values; the outputs' values come back.
+    const std::vector<scalar>& solveSample(bool timeStepping);
     void runSamples(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
     void doBypass(const std::vector<scalar*>& inputs, std::vector<scalar*>& out, size_t frames);
 

@@ -84,8 +84,8 @@ void MNAContext::build() {
         components[c]->setNodeIndices(nodeIndices[c]);
     }
     findOutputs();
-    gatherPartRows();
     const int32 n = nodeIndexMax + 1 + extraCount + (-1 - fixedCounter);
+    gatherPartRows(n);
     solution = Eigen::VectorXf::Zero(n);
     fixedValues = Eigen::VectorXf::Zero(n);
     staticMatrix = Eigen::MatrixXf::Zero(n, n);
@@ -189,15 +189,17 @@ void MNAContext::findOutputs() {
     outputs = std::make_shared<std::vector<scalar>>(outputNames->size());
 }
 
-void MNAContext::gatherPartRows() {
+void MNAContext::gatherPartRows(int32 n) {
     for (size_t c = 0; c < components.size(); ++c) {
-        const PartRows rows{components[c], nodeIndices[c]->data(),
-                            static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
-                            extraBase[c], extraCounts[c]};
+        PartRows rows{components[c], nodeIndices[c]->data(),
+                      static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
+                      extraBase[c], extraCounts[c], 0, 0, 0, 0};
         if (hasRhsFlags[c]) {
+            gatherRhsEntries(rows);
             (components[c]->rhsReadsIterate() ? iterateRhsParts : sampleRhsParts).push_back(rows);
         }
         if (nonlinearFlags[c]) {
+            gatherStampEntries(rows, n);
             nonlinearParts.push_back(rows);
         }
         if (fixedIndex[c] >= 0 &&
@@ -205,6 +207,36 @@ void MNAContext::gatherPartRows() {
             fixedRows.push_back(fixedIndex[c]);
         }
     }
+}
+
+void MNAContext::gatherStampEntries(PartRows& part, int32 n) {
+    const int32 last = nodeIndexMax + extraCount;
+    part.firstEntry = static_cast<int32>(jacobianEntries.size());
+    for (int32 j = 0; j < part.nodeCount; ++j) {
+        const int32 row = part.nodes[j];
+        if (row == -1 || row > last) {
+            continue;
+        }
+        for (int32 l = 0; l < part.nodeCount; ++l) {
+            if (part.nodes[l] != -1) {
+                jacobianEntries.push_back({j, l, part.nodes[l] * n + row});
+            }
+        }
+    }
+    part.endEntry = static_cast<int32>(jacobianEntries.size());
+}
+
+void MNAContext::gatherRhsEntries(PartRows& part) {
+    part.firstRhsEntry = static_cast<int32>(rhsEntries.size());
+    for (int32 j = 0; j < part.nodeCount; ++j) {
+        if (part.nodes[j] != -1) {
+            rhsEntries.push_back({j, part.nodes[j], part.nodes[j] == part.fixedIndex});
+        }
+    }
+    for (int32 t = 0; t < part.extraCount; ++t) {
+        rhsEntries.push_back({part.nodeCount + t, part.extraBase + t, false});
+    }
+    part.endRhsEntry = static_cast<int32>(rhsEntries.size());
 }
 
 void MNAContext::addNodeStamp(Eigen::MatrixXf& target, const int32* nodes, int32 nodeCount,
@@ -277,9 +309,13 @@ void MNAContext::assembleStaticMatrix() {
 
 Eigen::MatrixXf& MNAContext::assembleJacobian(Eigen::VectorXf& x) {
     std::copy(staticMatrix.data(), staticMatrix.data() + staticMatrix.size(), dynamicMatrix.data());
+    scalar* target = dynamicMatrix.data();
     for (const PartRows& part : nonlinearParts) {
         if (Component::Stamp jacobian = part.component->getJacobian(x.data())) {
-            addNodeStamp(dynamicMatrix, part.nodes, part.nodeCount, jacobian);
+            for (int32 e = part.firstEntry; e < part.endEntry; ++e) {
+                const StampEntry& entry = jacobianEntries[static_cast<size_t>(e)];
+                target[entry.offset] += jacobian[entry.row][entry.column];
+            }
         }
     }
     return dynamicMatrix;
@@ -306,24 +342,20 @@ void MNAContext::computeRhs(Eigen::VectorXf& x, const Eigen::VectorXf& sampleRhs
 
 // A fixed-voltage part's value at its driven node is assigned, not added; the others add.
 void MNAContext::addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out) {
+    scalar* sum = out.data();
+    scalar* driven = fixedValues.data();
     for (const PartRows& part : parts) {
         const scalar* r = part.component->getRhs(x);
         if (r == nullptr) {
             continue;
         }
-        for (int32 j = 0; j < part.nodeCount; ++j) {
-            const int32 i = part.nodes[j];
-            if (i == -1) {
-                continue;
-            }
-            if (i == part.fixedIndex) {
-                fixedValues[i] = r[j];
+        for (int32 e = part.firstRhsEntry; e < part.endRhsEntry; ++e) {
+            const RhsEntry& entry = rhsEntries[static_cast<size_t>(e)];
+            if (entry.drives) {
+                driven[entry.target] = r[entry.source];
             } else {
-                out[i] += r[j];
+                sum[entry.target] += r[entry.source];
             }
-        }
-        for (int32 t = 0; t < part.extraCount; ++t) {
-            out[part.extraBase + t] += r[part.nodeCount + t];
         }
     }
 }

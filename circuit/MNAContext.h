@@ -92,9 +92,33 @@ private:
         int32 fixedIndex;
         int32 extraBase;
         int32 extraCount;
+        /// Its Jacobian's entries that reach J, in the order of the stamping rule, as
+        /// [first, end) of `jacobianEntries`.
+        int32 firstEntry;
+        int32 endEntry;
+        /// Its rhs values that reach the system, as [first, end) of `rhsEntries`.
+        int32 firstRhsEntry;
+        int32 endRhsEntry;
+    };
+    /// Where value `source` of a part's rhs goes: added to out[target], or, at the node the part
+    /// drives, assigned to the fixed values.
+    struct RhsEntry {
+        int32 source;
+        int32 target;
+        bool drives;
+    };
+    /// Where entry (row, column) of a part's Jacobian stamp is added: J's data at `offset`.
+    struct StampEntry {
+        int32 row;
+        int32 column;
+        int32 offset;
     };
 
-    void gatherPartRows();
+    /// Sorts the parts by what they stamp, for a system of n unknowns.
+    void gatherPartRows(int32 n);
+    /// The entries of a node-by-node stamp that the rule of G keeps, for J's data.
+    void gatherStampEntries(PartRows& part, int32 n);
+    void gatherRhsEntries(PartRows& part);
     void addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out);
     void assignFixedRows(Eigen::VectorXf& out);
     /// Adds a node-by-node stamp by the rule of G: rows of ground and fixed nodes skipped.
@@ -136,6 +160,8 @@ private:
     std::vector<PartRows> sampleRhsParts;
     std::vector<PartRows> iterateRhsParts;
     std::vector<PartRows> nonlinearParts;
+    std::vector<StampEntry> jacobianEntries;
+    std::vector<RhsEntry> rhsEntries;
     /// The fixed-voltage nodes driven, once each.
     std::vector<int32> fixedRows;
     int32 analysisMode = 1;

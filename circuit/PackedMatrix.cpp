@@ -3,7 +3,6 @@
 #include "runtime/Exceptions.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace nodara {
 
@@ -47,21 +46,45 @@ void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32
         throw NodaraException(concat(
             "Invalid size of the y vector in matrix-vector product. Expected", rows, ", got", ny));
     }
-    // The lanes past n were zeroed when the scratch was made and are never written.
-    std::memcpy(x.data(), operand, cols * sizeof(scalar));
+    // Whole groups in and out: a group read soon after a narrower copy wrote it would wait
+    // for that copy. The lanes past n are 0.
+    uint32_t full = 0;
+    for (; 4 * full + 4 <= cols; ++full) {
+        _mm_store_ps(x[full].lanes, _mm_loadu_ps(operand + 4 * full));
+    }
+    if (full < blocksN) {
+        const scalar* tail = operand + 4 * full;
+        const uint32_t left = cols - 4 * full;
+        _mm_store_ps(x[full].lanes, _mm_setr_ps(tail[0], left > 1 ? tail[1] : 0.0f,
+                                                left > 2 ? tail[2] : 0.0f, 0.0f));
+    }
+    switch (blocksN) {
+    case 1: return productOf<1>(y);
+    case 2: return productOf<2>(y);
+    case 3: return productOf<3>(y);
+    case 4: return productOf<4>(y);
+    default: return productOf<0>(y);
+    }
+}
+
+// blocks is blocksN where it is small, so that the walk over the groups unrolls; 0 for any
+// other count. The order of the additions is the same either way.
+template <uint32_t blocks>
+void PackedMatrix::productOf(scalar* y) const {
+    const uint32_t count = blocks == 0 ? blocksN : blocks;
     for (uint32_t r = 0; r < rows; ++r) {
         // Two accumulators over pairs of groups, so that two products are in flight.
         __m128 first = _mm_setzero_ps();
         __m128 second = _mm_setzero_ps();
         const Group* row = data.data() + r;
         uint32_t b = 0;
-        for (; b + 1 < blocksN; b += 2) {
+        for (; b + 1 < count; b += 2) {
             first = _mm_add_ps(first,
                                _mm_mul_ps(load(row[static_cast<std::size_t>(b) * rows]), load(x[b])));
             second = _mm_add_ps(second, _mm_mul_ps(load(row[static_cast<std::size_t>(b + 1) * rows]),
                                                    load(x[b + 1])));
         }
-        if (b < blocksN) {
+        if (b < count) {
             first = _mm_add_ps(first,
                                _mm_mul_ps(load(row[static_cast<std::size_t>(b) * rows]), load(x[b])));
         }

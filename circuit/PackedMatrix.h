@@ -32,6 +32,8 @@ private:
     };
 
     void pack(const scalar* source);
+    template <uint32_t blocks>
+    void productOf(scalar* y) const;
     __m128 load(const Group& group) const { return _mm_load_ps(group.lanes); }
 
     std::vector<Group> data;

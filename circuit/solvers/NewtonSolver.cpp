@@ -104,7 +104,12 @@ void NewtonSolver::newtonStep(Eigen::VectorXf& x) {
     } else {
         solveWithJacobian(jacobian);
     }
-    x = previousX - relaxation * delta;
+    scalar* next = x.data();
+    const scalar* previous = previousX.data();
+    const scalar* step = delta.data();
+    for (int32 i = 0; i < n; ++i) {
+        next[i] = previous[i] - relaxation * step[i];
+    }
 }
 
 // y += alpha·x: the saxpy kernel, as a plain loop for a small system, whose few entries do not
@@ -127,18 +132,23 @@ void NewtonSolver::fixedPointStep(Eigen::VectorXf& x) {
 
 void NewtonSolver::solveWithJacobian(Eigen::MatrixXf& jacobian) {
     const int32 m = firstFixedRow;
+    scalar* residual = y.data();
     for (int32 i = m; i < n; ++i) {
-        multiplyAdd(m, -y[i], jacobian.col(i).data(), y.data());
-        delta[i] = y[i];
+        multiplyAdd(m, -residual[i], jacobian.col(i).data(), residual);
+        delta[i] = residual[i];
     }
-    const int32 factored = smallLu ? smallLu->ludcmp(jacobian.data(), n, pivots.data())
-                                   : kernels::ludcmp(m, jacobian.data(), n, pivots.data());
-    if (factored != 0) {
-        throw NodaraException(concat("ludcmp returned error: ", factored));
+    if (smallLu) {
+        if (const int32 code = smallLu->ludcmp(jacobian.data(), n, pivots.data()); code != 0) {
+            throw NodaraException(concat("ludcmp returned error: ", code));
+        }
+        smallLu->lubksb(jacobian.data(), n, pivots.data(), residual, delta.data());
+        return;
+    }
+    if (const int32 code = kernels::ludcmp(m, jacobian.data(), n, pivots.data()); code != 0) {
+        throw NodaraException(concat("ludcmp returned error: ", code));
     }
     if (const int32 code =
-            smallLu ? smallLu->lubksb(jacobian.data(), n, pivots.data(), y.data(), delta.data())
-                    : kernels::lubksb(m, jacobian.data(), n, pivots.data(), y.data(), delta.data());
+            kernels::lubksb(m, jacobian.data(), n, pivots.data(), residual, delta.data());
         code != 0) {
         throw NodaraException(concat("lubksb returned error: ", code));
     }

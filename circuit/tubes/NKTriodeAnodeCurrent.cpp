@@ -3,8 +3,13 @@
 #include "circuit/tubes/KorenTerms.h"
 #include "runtime/Exceptions.h"
 
+#include <xmmintrin.h>
+
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <mutex>
+#include <tuple>
 
 namespace nodara {
 
@@ -41,7 +46,7 @@ void NKTriodeAnodeCurrent::setProperties(const Properties& properties) {
     if (!(vpMax > 0.0f)) {
         throw InvalidArgumentException(concat("Triode: VpMax must be greater than 0. VpMax=", vpMax));
     }
-    buildTables();
+    findOrBuildTables();
 }
 
 void NKTriodeAnodeCurrent::readLaw(const Properties& properties) {
@@ -68,9 +73,7 @@ void NKTriodeAnodeCurrent::readTableRange(const Properties& properties) {
     }
 }
 
-// The current is kept only from 1 nA up: below it the table holds 0. The slopes are taken on
-// the grid voltage of the row, the current with the grid held at VgkMax.
-void NKTriodeAnodeCurrent::buildTables() {
+void NKTriodeAnodeCurrent::findOrBuildTables() {
     nVgk = static_cast<int32>((vgkMax - vgkMin) * reciprocalDeltaVgk) + 1;
     nVp = static_cast<int32>(vpMax * reciprocalDeltaVpk) + 1;
     if (nVgk < 2 || nVp < 2) {
@@ -78,10 +81,28 @@ void NKTriodeAnodeCurrent::buildTables() {
                                                     "DeltaVgk and VpMax of at least DeltaVpk. "
                                                     "DeltaVgk=", deltaVgk, " DeltaVpk=", deltaVpk));
     }
-    table.assign(static_cast<size_t>(nVgk) * static_cast<size_t>(nVp), Cell{});
+    using Key = std::tuple<double, double, double, double, double, double, scalar, scalar, scalar,
+                           scalar, scalar>;
+    // Documents are read on any thread; tables live while a law uses them.
+    static std::mutex guard;
+    static std::map<Key, std::weak_ptr<const std::vector<Cell>>> built;
+    const Key key{vct, kp, kvb, mu, ex, kg, vgkMin, vgkMax, vpMax, deltaVgk, deltaVpk};
+    const std::lock_guard<std::mutex> lock(guard);
+    tables = built[key].lock();
+    if (!tables) {
+        tables = std::make_shared<const std::vector<Cell>>(buildTables());
+        built[key] = tables;
+    }
+    table = tables->data();
+}
+
+// The current is kept only from 1 nA up: below it the table holds 0. The slopes are taken on
+// the grid voltage of the row, the current with the grid held at VgkMax.
+std::vector<NKTriodeAnodeCurrent::Cell> NKTriodeAnodeCurrent::buildTables() const {
+    std::vector<Cell> cells(static_cast<size_t>(nVgk) * static_cast<size_t>(nVp) + 1, Cell{});
     for (int32 i = 0; i < nVgk; ++i) {
         const scalar vg = static_cast<scalar>(i) * deltaVgk + vgkMin;
-        Cell* row = table.data() + static_cast<size_t>(i) * static_cast<size_t>(nVp);
+        Cell* row = cells.data() + static_cast<size_t>(i) * static_cast<size_t>(nVp);
         for (int32 j = 1; j < nVp; ++j) {
             const double vp = static_cast<scalar>(j) * deltaVpk;
             row[j] = lawAt(vg, vp);
@@ -93,6 +114,7 @@ void NKTriodeAnodeCurrent::buildTables() {
             }
         }
     }
+    return cells;
 }
 
 // With P = (Ex/Kg)·E1^(Ex − 1)·(1 + sign E1) and σ = e^u/(1 + e^u):
@@ -131,14 +153,24 @@ const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, s
     const scalar p0 = static_cast<scalar>(c) * deltaVpk;
     const scalar g0 = static_cast<scalar>(r) * deltaVgk + vgkMin;
     const scalar g1 = g0 + deltaVgk;
-    const Cell* row = table.data() + static_cast<size_t>(r) * static_cast<size_t>(nVp) + c;
+    const Cell* row = table + static_cast<size_t>(r) * static_cast<size_t>(nVp) + c;
     const Cell* next = row + nVp;
-    const scalar scale = reciprocalDeltaVgk * reciprocalDeltaVpk;
-    for (size_t k = 0; k < 3; ++k) {
-        reading[k] = (((vg - g0) * next[0][k] + row[0][k] * (g1 - vg)) * (p0 + deltaVpk - vp) +
-                      row[1][k] * (g1 - vg) * (vp - p0) + next[1][k] * (vg - g0) * (vp - p0)) *
-                     scale;
-    }
+    // Current and both slopes at once, one per lane, each by the same steps as written above;
+    // the fourth lane reads the next cell's current (the table ends in a spare cell) and is
+    // dropped.
+    const auto at = [](const Cell& cell) { return _mm_loadu_ps(cell.data()); };
+    const __m128 up = _mm_set1_ps(vg - g0);
+    const __m128 down = _mm_set1_ps(g1 - vg);
+    const __m128 right = _mm_set1_ps(vp - p0);
+    const __m128 left = _mm_set1_ps(p0 + deltaVpk - vp);
+    const __m128 sum = _mm_add_ps(
+        _mm_add_ps(_mm_mul_ps(_mm_add_ps(_mm_mul_ps(up, at(next[0])), _mm_mul_ps(at(row[0]), down)),
+                              left),
+                   _mm_mul_ps(_mm_mul_ps(at(row[1]), down), right)),
+        _mm_mul_ps(_mm_mul_ps(at(next[1]), up), right));
+    alignas(16) scalar lanes[4];
+    _mm_store_ps(lanes, _mm_mul_ps(sum, _mm_set1_ps(reciprocalDeltaVgk * reciprocalDeltaVpk)));
+    reading = {lanes[0], lanes[1], lanes[2]};
     readVg = vg;
     readVp = vp;
     return reading;

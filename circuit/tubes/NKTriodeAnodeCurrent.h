@@ -4,6 +4,7 @@
 
 #include <array>
 #include <limits>
+#include <memory>
 #include <vector>
 
 namespace nodara {
@@ -17,7 +18,9 @@ namespace nodara {
 /// Vgk = VgkMin .. VgkMax by DeltaVgk (default 0.2 V) and Vpk = 0 .. VpMax by DeltaVpk
 /// (default 10 V) and read bilinearly: below VgkMin the current is 0, above VgkMax the grid
 /// is taken at VgkMax; above VpMax the current is computed, the slopes taken at VpMax. A
-/// sample then needs no exp, log or pow.
+/// sample then needs no exp, log or pow. With the 12AX7 steps (0.01 V by 2 V) the reading is
+/// within 1 % + 1.5 µA of the law's current and 2 % + 3 µA/V of its slopes from Vpk = 10 V
+/// up; in the first cells, where the current rises as Vpk^Ex, up to some 80 µA.
 class NKTriodeAnodeCurrent : public TriodeCurrent {
 public:
     void setProperties(const Properties& properties) override;
@@ -30,7 +33,10 @@ private:
 
     void readLaw(const Properties& properties);
     void readTableRange(const Properties& properties);
-    void buildTables();
+    /// The tables of these parameters, shared by every law that has them: the preamp's
+    /// three 12AX7s build one.
+    void findOrBuildTables();
+    std::vector<Cell> buildTables() const;
     /// The law and its slopes at (vg, vp), vp > 0.
     Cell lawAt(double vg, double vp) const;
     /// Bilinear reading of the table at (vg, vp), both within it. The reading is kept: the
@@ -46,8 +52,10 @@ private:
     scalar vgkMax = std::numeric_limits<scalar>::infinity();
     scalar vgkMin = 0.0f;
     scalar vpMax = 0.0f;
-    /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk.
-    std::vector<Cell> table;
+    /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk; one spare
+    /// cell behind them.
+    std::shared_ptr<const std::vector<Cell>> tables;
+    const Cell* table = nullptr;
     int32 nVgk = 0;
     int32 nVp = 0;
     bool doNotInterpolate = false;

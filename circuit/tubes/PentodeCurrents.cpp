@@ -22,50 +22,47 @@ void KorenPentodeParameters::read(const Properties& properties, const std::strin
     }
 }
 
-namespace {
-
-/// E1 and its parts at (Vgk, Vsk); all 0 at Vsk = 0.
-struct ScreenTerms {
-    double e1 = 0.0;
-    double l = 0.0;
-    double sigma = 0.0;
-};
-
-ScreenTerms screenTerms(const KorenPentodeParameters& k, double vgk, double vsk) {
-    if (vsk == 0.0) {
-        return {};
+const NKPentodeAnodeCurrent::Terms& NKPentodeAnodeCurrent::termsAt(scalar vgk, scalar vsk) {
+    if (vgk == termsVgk && vsk == termsVsk) {
+        return terms;
     }
-    const double u = k.kp * (1.0 / k.mu + vgk / vsk);
-    const koren::SoftplusTerms terms = koren::softplusTerms(u);
-    return {terms.softplus * vsk / k.kp, terms.softplus, terms.logistic};
+    terms = {};
+    if (vsk != 0.0f) {
+        const double u = k.kp * (1.0 / k.mu + double(vgk) / double(vsk));
+        const koren::SoftplusTerms softplus = koren::softplusTerms(u);
+        terms = {softplus.softplus * double(vsk) / k.kp, softplus.softplus, softplus.logistic, 0.0};
+    }
+    terms.powered = std::pow(terms.e1, k.ex);
+    termsVgk = vgk;
+    termsVsk = vsk;
+    return terms;
 }
 
-double anodeCurrent(const KorenPentodeParameters& k, double vgk, double vpk, double vsk) {
-    const double e1 = screenTerms(k, vgk, vsk).e1;
-    const double sign = 0.0 > e1 ? -1.0 : 1.0;
-    return std::atan(vpk / k.kvb) * (std::pow(e1, k.ex) / k.kg1 * (sign + 1.0));
+double NKPentodeAnodeCurrent::currentAt(scalar vgk, scalar vpk, scalar vsk) {
+    const Terms& t = termsAt(vgk, vsk);
+    const double sign = 0.0 > t.e1 ? -1.0 : 1.0;
+    return std::atan(double(vpk) / k.kvb) * (t.powered / k.kg1 * (sign + 1.0));
 }
-
-} // namespace
 
 void NKPentodeAnodeCurrent::setProperties(const Properties& properties) {
     k.read(properties, "NKPentodeAnodeCurrent");
+    termsVgk = std::numeric_limits<scalar>::quiet_NaN();
 }
 
 scalar NKPentodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk, scalar vsk) {
-    return static_cast<scalar>(anodeCurrent(k, vgk, vpk, vsk));
+    return static_cast<scalar>(currentAt(vgk, vpk, vsk));
 }
 
 PentodeSlopes NKPentodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk, scalar vsk) {
-    const ScreenTerms t = screenTerms(k, vgk, vsk);
+    const Terms t = termsAt(vgk, vsk);
     const double sign = 0.0 > t.e1 ? -1.0 : 1.0;
     const double ratio = vpk / k.kvb;
     PentodeSlopes slopes;
-    slopes.byVpk = static_cast<scalar>(std::pow(t.e1, k.ex) * (sign + 1.0) /
+    slopes.byVpk = static_cast<scalar>(t.powered * (sign + 1.0) /
                                        ((ratio * ratio + 1.0) * k.kg1 * k.kvb));
     if (vsk != 0.0f) {
         // The current with screen and anode exchanged, as the law's slopes are defined.
-        const double swapped = anodeCurrent(k, vgk, vsk, vpk);
+        const double swapped = currentAt(vgk, vsk, vpk);
         const double common = k.ex * swapped / t.e1;
         slopes.byVgk = static_cast<scalar>(common * t.sigma);
         slopes.byVsk = static_cast<scalar>(common * (t.l / k.kp - (vgk / double(vsk)) * t.sigma));

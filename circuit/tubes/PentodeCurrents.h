@@ -1,5 +1,7 @@
 #pragma once
 
+#include <limits>
+
 #include "circuit/tubes/PowerLawGridCurrent.h"
 #include "runtime/Properties.h"
 #include "runtime/Types.h"
@@ -50,8 +52,24 @@ public:
     scalar getCurrent(scalar vgk, scalar vpk, scalar vsk) override;
     PentodeSlopes getDerivatives(scalar vgk, scalar vpk, scalar vsk) override;
 
+    /// E1 = ln(1 + e^u)·Vsk/Kp with u = Kp·(1/mu + Vgk/Vsk), its parts, and E1^Ex.
+    struct Terms {
+        double e1 = 0.0;
+        double l = 0.0;
+        double sigma = 0.0;
+        double powered = 0.0;
+    };
+
 private:
+    /// The terms at (Vgk, Vsk), kept from the last call: a Newton iteration asks for the
+    /// current and then the slopes at the same voltages.
+    const Terms& termsAt(scalar vgk, scalar vsk);
+    double currentAt(scalar vgk, scalar vpk, scalar vsk);
+
     KorenPentodeParameters k;
+    scalar termsVgk = std::numeric_limits<scalar>::quiet_NaN();
+    scalar termsVsk = std::numeric_limits<scalar>::quiet_NaN();
+    Terms terms;
 };
 
 /// Koren's screen current: Is = w^1.5/Kg2 with w = Vsk/mu + Vgk, 0 for w ≤ 0.

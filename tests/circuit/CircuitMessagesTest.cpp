@@ -90,6 +90,32 @@ std::vector<MessageCase> componentCases() {
     };
 }
 
+// The tubes' laws read their parameters at init; the grid law before the anode law.
+std::vector<MessageCase> tubeCases() {
+    const std::vector<std::string> triode = {"p", "g", "k"}, pentode = {"p", "s", "g", "k"};
+    const std::string grid = "Vc='0.53' Igc='3e-4' N='3' ";
+    const std::string anode = "Vct='0' Kp='600' Kvb='300' mu='100' Ex='1.4' ";
+    const std::string koren = "Vct='0' Kp='50' Kvb='25' mu='11' Ex='1.35' Kg1='650' ";
+    return {
+        {with(part("Triode", "V", "Type='6L6'", triode)), "Invalid built-in triode type: 6L6"},
+        {with(part("Pentode", "V", "Type='12AX7'", pentode)), "Invalid built-in pentode type: 12AX7"},
+        {with(part("Triode", "V", "", triode)), "PowerLawGridCurrent: Vc is not defined."},
+        {with(part("Triode", "V", "Vc='0.53' Igc='3e-4'", triode)), "PowerLawGridCurrent: A is not defined."},
+        {with(part("Triode", "V", grid + anode, triode)), "NKTriodeAnodeCurrent: Kg is not defined."},
+        {with(part("Triode", "V", grid + anode + "Kg='1060' VgkMin='-8' VpMax='400'", triode)),
+         "NKTriodeAnodeCurrent: VgkMax is not defined."},
+        {with(part("Triode", "V", "Type='12AX7' Kp='-1'", triode)),
+         "Triode: Kp must be greater than or equal to 0. Kp=-1"},
+        {with(part("Triode", "V", "Type='12AX7' VgkMin='5'", triode)),
+         "VgkMax must be greater than VgkMin. VgkMax=4 VgkMin=5"},
+        {with(part("Triode", "V", "Type='12AX7' VpMax='0'", triode)),
+         "Triode: VpMax must be greater than 0. VpMax=0"},
+        {with(part("Pentode", "V", grid + koren, pentode)), "NKPentodeAnodeCurrent: Kg2 is not defined."},
+        {with(part("Pentode", "V", "Type='KT66' Kg2='-2'", pentode)),
+         "Triode: Kg2 must be greater than or equal to 0. Kg2=-2"},
+    };
+}
+
 std::vector<MessageCase> systemCases() {
     return {
         {with(part("Resistor", "R", "Resistance='2'", {"b", "0"})), "Duplicate component name: R",
@@ -160,6 +186,22 @@ void expectMessages(const std::vector<MessageCase>& cases) {
 
 TEST(CircuitMessages, ComponentFaults) { expectMessages(componentCases()); }
 TEST(CircuitMessages, SystemFaults) { expectMessages(systemCases()); }
+TEST(CircuitMessages, TubeParameters) { expectMessages(tubeCases()); }
+
+// A grid so far below cut-off that Koren's E1 is 0 makes the pentode's slope 0/0: the solve
+// stops at once, naming the voltages.
+TEST(CircuitMessages, PentodeSlopeThatIsNotANumberStopsTheSolve) {
+    const std::string parts =
+        part("Battery", "G", "Voltage='-10000' UseFixedVoltage='true'", {"g", "0"}) +
+        part("Battery", "B", "Voltage='300' UseFixedVoltage='true'", {"b", "0"}) +
+        part("Resistor", "R", "Resistance='1000'", {"b", "p"}) +
+        part("Pentode", "V", "Type='JJEL34'", {"p", "b", "g", "0"});
+    const std::string message =
+        messageOf([&] { driverFor(circuitSystem(parts, fromOperatingPoint(newton()), {"p"}, 0)); });
+    EXPECT_EQ(message.rfind("Pentode: dIpdVgk is not a valid number: ", 0), 0u) << message;
+    EXPECT_NE(message.find(", vg=-10000, vp="), std::string::npos) << message;
+    EXPECT_NE(message.find(", vs=300"), std::string::npos) << message;
+}
 TEST(CircuitMessages, SolverSettings) { expectMessages(solverCases()); }
 
 } // namespace

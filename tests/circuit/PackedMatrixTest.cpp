@@ -1,12 +1,14 @@
 #include "support/Documents.h"
 
 #include "circuit/PackedMatrix.h"
+#include "circuit/solvers/SmallLu.h"
 #include "kernels/Kernels.h"
 
 #include <gtest/gtest.h>
 
 #include <Eigen/Dense>
 
+#include <algorithm>
 #include <random>
 
 namespace nodara::testing {
@@ -65,6 +67,41 @@ TEST(PackedMatrix, PackedInverseAndStridedLuSolveLikeADoublePrecisionSolve) {
         kernels::lubksb(static_cast<int32>(n), padded.data(), static_cast<int32>(n + 2),
                         pivots.data(), b.data(), x.data());
         EXPECT_LT((x.cast<double>() - exact).cwiseAbs().maxCoeff(), 1e-5);
+    }
+}
+
+// The forms compiled per order give the kernels' factors, pivots and solution bit for bit, on
+// matrices with padded columns whose pivots must be searched for, dense and half zeros (whose
+// zero steps the column form skips), and stop at a zero pivot where the kernels do.
+TEST(SmallLu, MatchesTheKernelsBitForBit) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> entry(-1.0f, 1.0f);
+    for (int32 n = 1; n <= smallLuOrders; ++n) {
+        for (const auto& [singular, sparse] : {std::pair{false, false}, {false, true}, {true, false}}) {
+            SCOPED_TRACE(::testing::Message() << "n = " << n << (singular ? ", singular" : "")
+                                              << (sparse ? ", half zeros" : ""));
+            const int32 lda = n + 2;
+            std::vector<scalar> a(static_cast<size_t>(lda * n)), b(static_cast<size_t>(n));
+            std::generate(a.begin(), a.end(), [&] {
+                const scalar value = entry(random);
+                return sparse && value < 0.0f ? 0.0f : value;
+            });
+            std::generate(b.begin(), b.end(), [&] { return entry(random); });
+            if (singular) {
+                std::fill(a.begin() + (n - 1) * lda, a.begin() + (n - 1) * lda + n, 0.0f);
+            }
+            std::vector<scalar> small = a, x(static_cast<size_t>(n)), smallX = x;
+            std::vector<int32> pivots(static_cast<size_t>(n)), smallPivots = pivots;
+            const int32 status = kernels::ludcmp(n, a.data(), lda, pivots.data());
+            ASSERT_EQ(smallLuFor(n).ludcmp(small.data(), lda, smallPivots.data()), status);
+            EXPECT_EQ(small, a);
+            EXPECT_EQ(smallPivots, pivots);
+            if (status == 0) {
+                kernels::lubksb(n, a.data(), lda, pivots.data(), b.data(), x.data());
+                smallLuFor(n).lubksb(small.data(), lda, smallPivots.data(), b.data(), smallX.data());
+                EXPECT_EQ(smallX, x);
+            }
+        }
     }
 }
 

@@ -100,12 +100,13 @@ index, value at 44100 Hz).
 )"}},
         {"generate",
          {torvane::cli::generateCommand,
-          R"(Usage: torvane generate --out OUT.wav [--kind sweep|sine|noise] [--seconds S]
-                        [--rate HZ] [--frequency HZ]
+          R"(Usage: torvane generate --out OUT.wav [--kind sweep|sine|noise|riff]
+                        [--seconds S] [--rate HZ] [--frequency HZ]
 
 Writes a mono 32-bit float test signal at half scale: a logarithmic sweep from
-40 Hz to 8 kHz (default), a sine (default 440 Hz) or white noise.
-Defaults: 2 seconds at 48000 Hz.
+40 Hz to 8 kHz (default), a sine (default 440 Hz), white noise, or the demo riff
+that `torvane render` plays (a clean guitar, peak at half scale, 10 seconds).
+Defaults: 2 seconds (the riff: all of it) at 48000 Hz.
 )"}},
         {"info",
          {torvane::cli::infoCommand,

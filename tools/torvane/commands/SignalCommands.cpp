@@ -1,3 +1,4 @@
+#include "tools/demo/GuitarRiff.h"
 #include "tools/torvane/AudioFiles.h"
 #include "tools/torvane/commands/Commands.h"
 
@@ -12,9 +13,19 @@ namespace torvane::cli {
 
 namespace {
 
-/// A test signal: a logarithmic sine sweep from 40 Hz to 8 kHz at half scale, or a sine.
+/// A test signal: a logarithmic sine sweep from 40 Hz to 8 kHz at half scale, a sine, noise,
+/// or the demo riff cut to `seconds`.
 std::vector<float> makeSignal(const std::string& kind, double seconds, int rate, double frequency) {
     const auto frames = static_cast<size_t>(std::llround(seconds * rate));
+    if (kind == "riff") {
+        if (rate < 8000) {
+            throw UsageError("the demo riff is made at 8000 Hz or more; --rate " +
+                             std::to_string(rate) + " is too low");
+        }
+        std::vector<float> riff = demo::guitarRiff(rate);
+        riff.resize(std::min(riff.size(), frames));
+        return riff;
+    }
     std::vector<float> signal(frames);
     if (kind == "sine") {
         for (size_t i = 0; i < frames; ++i) {
@@ -36,7 +47,7 @@ std::vector<float> makeSignal(const std::string& kind, double seconds, int rate,
         std::uniform_real_distribution<float> uniform(-0.5f, 0.5f);
         std::generate(signal.begin(), signal.end(), [&] { return uniform(generator); });
     } else {
-        throw UsageError("--kind must be sweep, sine or noise, not \"" + kind + "\"");
+        throw UsageError("--kind must be sweep, sine, noise or riff, not \"" + kind + "\"");
     }
     return signal;
 }
@@ -45,11 +56,12 @@ std::vector<float> makeSignal(const std::string& kind, double seconds, int rate,
 
 int generateCommand(Arguments& arguments) {
     const auto output = arguments.takeOption("--out");
-    const double seconds = parseNumber(arguments.takeOption("--seconds").value_or("2"), "--seconds");
+    const std::string kind = arguments.takeOption("--kind").value_or("sweep");
+    const double seconds = parseNumber(
+        arguments.takeOption("--seconds").value_or(kind == "riff" ? "10" : "2"), "--seconds");
     const int rate = parsePositiveInteger(arguments.takeOption("--rate").value_or("48000"), "--rate");
     const double frequency =
         parseNumber(arguments.takeOption("--frequency").value_or("440"), "--frequency");
-    const std::string kind = arguments.takeOption("--kind").value_or("sweep");
     arguments.expectNothingElse();
     if (!output) {
         throw UsageError("--out OUT.wav is needed");
