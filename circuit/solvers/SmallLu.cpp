@@ -213,6 +213,9 @@ int32 ludcmpByColumns(scalar* a, int32 lda, int32* ipiv) {
         // The group holding row j + 1 is the only one with lanes to keep: those of rows j and
         // above, and those past n.
         const int32 first = (j + 1) & ~3;
+        if (first == padded) {
+            break; // the last column of an order that fills its groups: no row below the pivot
+        }
         const __m128i rows = _mm_add_epi32(lane, _mm_set1_epi32(first));
         const __m128 below = _mm_castsi128_ps(_mm_and_si128(
             _mm_cmpgt_epi32(rows, _mm_set1_epi32(j)), _mm_cmplt_epi32(rows, _mm_set1_epi32(n))));
