@@ -196,6 +196,14 @@ void Circuit::settle(const std::vector<scalar*>& inputs, size_t frames) {
     if (!initialized || frames == 0) {
         return;
     }
+    // An input not wired is left for the first block to report.
+    const bool connected =
+        inputs.size() >= static_cast<size_t>(numberOfInputs) &&
+        std::none_of(inputs.begin(), inputs.begin() + numberOfInputs,
+                     [](const scalar* input) { return input == nullptr; });
+    if (!connected) {
+        return;
+    }
     if (context->isMatrixChanged()) {
         analysis->solver->recompute();
         context->setMatrixChanged(false);
