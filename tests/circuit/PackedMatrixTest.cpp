@@ -82,9 +82,9 @@ TEST(SmallLu, MatchesTheKernelsBitForBit) {
                                               << (sparse ? ", half zeros" : ""));
             const int32 lda = n + 2;
             std::vector<scalar> a(static_cast<size_t>(lda * n)), b(static_cast<size_t>(n));
-            std::generate(a.begin(), a.end(), [&] {
+            std::generate(a.begin(), a.end(), [&, halfZeros = sparse] {
                 const scalar value = entry(random);
-                return sparse && value < 0.0f ? 0.0f : value;
+                return halfZeros && value < 0.0f ? 0.0f : value;
             });
             std::generate(b.begin(), b.end(), [&] { return entry(random); });
             if (singular) {
