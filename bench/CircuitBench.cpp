@@ -1,5 +1,7 @@
 // The circuit engine per sample at 48 kHz: the example circuits under each solver, a linear
-// ladder of ten nodes, and the cost of a property change (the system reassembled).
+// ladder of ten nodes, the cost of a property change (the system reassembled), and the tube
+// examples (the 12AX7 stage with its anode law read from tables and computed, the three-stage
+// preamp per host sample at 4x oversampling, the EL34 stage).
 #include "description/SystemLoader.h"
 #include "runtime/Driver.h"
 
@@ -72,6 +74,9 @@ void perSample(benchmark::State& state, const std::string& document) {
         benchmark::DoNotOptimize((*driver->getOutputs())[0][0]);
     }
     state.SetItemsProcessed(state.iterations() * block);
+    state.counters["ns_per_sample"] = benchmark::Counter(
+        static_cast<double>(state.iterations()) * block * 1e-9,
+        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void rcLowPass(benchmark::State& state) {
@@ -125,5 +130,25 @@ void propertyChange(benchmark::State& state) {
     state.SetLabel(solverNames[state.range(0)]);
 }
 BENCHMARK(propertyChange)->DenseRange(0, 3);
+
+void triodeStageFromTables(benchmark::State& state) { perSample(state, example("triode-stage.xml")); }
+BENCHMARK(triodeStageFromTables);
+
+void triodeStageComputed(benchmark::State& state) {
+    std::string document = example("triode-stage.xml");
+    const std::string type = "<Properties Type=\"12AX7\"/>";
+    document.replace(document.find(type), type.size(),
+                     "<Properties Type=\"12AX7\" DoNotInterpolate=\"true\"/>");
+    perSample(state, document);
+}
+BENCHMARK(triodeStageComputed);
+
+void threeStagePreampAt4x(benchmark::State& state) {
+    perSample(state, example("three-stage-preamp.xml"));
+}
+BENCHMARK(threeStagePreampAt4x);
+
+void pentodeStage(benchmark::State& state) { perSample(state, example("pentode-power-stage.xml")); }
+BENCHMARK(pentodeStage);
 
 } // namespace
