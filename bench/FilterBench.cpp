@@ -1,7 +1,11 @@
-// Recursive filters per sample, and the amplifier's oversampling pair per input sample.
+// Recursive and finite filters per sample, and the amplifier's recursive oversampling pair per
+// input sample beside the designed polyphase pair.
+#include "dsp/fir/Fir.h"
 #include "dsp/recursive/BiQuad.h"
 #include "dsp/resampling/IirDecimator.h"
 #include "dsp/resampling/IirInterpolator.h"
+#include "dsp/resampling/polyphase/ResamplingDecimator.h"
+#include "dsp/resampling/polyphase/ResamplingUpsampler.h"
 #include "dsp/recursive/Iir.h"
 #include "filterdesign/Design.h"
 #include "filterdesign/IirDesignContext.h"
@@ -60,6 +64,25 @@ void IirOrder8PerSample(benchmark::State& state) {
 }
 BENCHMARK(IirOrder8PerSample);
 
+/// Times `up` raising a 48 kHz block by 4 and `down` bringing it back, per input sample.
+void upAndDownBy4(benchmark::State& state, nodara::Filter& up, nodara::Filter& down) {
+    up.setMaxBlockSize(block);
+    down.setMaxBlockSize(4 * block);
+    up.setSampleRate(48000.0f);
+    down.setSampleRate(4 * 48000.0f);
+    auto in = testBlock(block);
+    const std::vector<scalar*> inputs = {in.data()};
+    std::vector<scalar*> high = {nullptr};
+    for (auto _ : state) {
+        up.process(inputs, block);
+        high[0] = up.getOutput(0);
+        down.process(high, 4 * block);
+        benchmark::DoNotOptimize(down.getOutput(0));
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(block));
+}
+
 /// Interpolate by 4 and decimate by 4 with the amplifier's settings, per host sample at 48 kHz.
 void OversamplingBy4PerInputSample(benchmark::State& state) {
     auto context = std::make_shared<nodara::DSPContext>();
@@ -69,22 +92,42 @@ void OversamplingBy4PerInputSample(benchmark::State& state) {
     nodara::IirDecimator down;
     down.init("down", {{"CornerFrequency", "20000"}, {"Factor", "4"}, {"Order", "2"},
                        {"Cascade", "8"}, {"Type", "Butterworth"}}, context);
-    up.setMaxBlockSize(block);
-    down.setMaxBlockSize(4 * block);
-    up.setSampleRate(48000.0f);
-    down.setSampleRate(4 * 48000.0f);
-    auto in = testBlock(block);
-    const std::vector<scalar*> inputs = {in.data()};
-    std::vector<scalar*> stuffed = {nullptr};
+    upAndDownBy4(state, up, down);
+}
+BENCHMARK(OversamplingBy4PerInputSample);
+
+void FirPerSample(benchmark::State& state) {
+    const auto taps = testBlock(static_cast<size_t>(state.range(0)));
+    nodara::Fir fir;
+    auto context = std::make_shared<nodara::DSPContext>();
+    fir.init("fir", {}, context);
+    fir.setCoefficients(taps.data(), taps.size());
+    fir.setMaxBlockSize(block);
+    const auto in = testBlock(block);
+    std::vector<scalar> out(block);
     for (auto _ : state) {
-        up.process(inputs, block);
-        stuffed[0] = up.getOutput(0);
-        down.process(stuffed, 4 * block);
-        benchmark::DoNotOptimize(down.getOutput(0));
+        fir.process(in.data(), out.data(), block);
+        benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(block));
 }
-BENCHMARK(OversamplingBy4PerInputSample);
+BENCHMARK(FirPerSample)->Arg(64)->Arg(256);
+
+/// Up by 4 and down by 4 with the settings of examples/fir-oversampled-lookup.xml (192 taps
+/// each, 80 dB, corner 18 kHz), per host sample at 48 kHz.
+void PolyphaseBy4PerInputSample(benchmark::State& state) {
+    auto context = std::make_shared<nodara::DSPContext>();
+    const nodara::Properties design = {{"Factor", "4"},
+                                       {"Order", "192"},
+                                       {"Attenuation", "80"},
+                                       {"AbsoluteCornerFrequency", "18000"}};
+    nodara::ResamplingUpsampler up;
+    nodara::ResamplingDecimator down;
+    up.init("up", design, context);
+    down.init("down", design, context);
+    upAndDownBy4(state, up, down);
+}
+BENCHMARK(PolyphaseBy4PerInputSample);
 
 } // namespace
