@@ -30,13 +30,14 @@ public:
 private:
     /// Current and slopes at one point, as the table holds them.
     using Cell = std::array<scalar, 3>;
+    static_assert(sizeof(Cell) == 3 * sizeof(scalar), "a row of cells is read as floats");
 
     void readLaw(const Properties& properties);
     void readTableRange(const Properties& properties);
     /// The tables of these parameters, shared by every law that has them: the preamp's
     /// three 12AX7s build one.
     void findOrBuildTables();
-    std::vector<Cell> buildTables() const;
+    std::shared_ptr<Cell[]> buildTables() const;
     /// The law and its slopes at (vg, vp), vp > 0.
     Cell lawAt(double vg, double vp) const;
     /// Bilinear reading of the table at (vg, vp), both within it. The reading is kept: the
@@ -54,7 +55,7 @@ private:
     scalar vpMax = 0.0f;
     /// Row-major, nVgk rows of nVp columns: row i is Vgk = VgkMin + i·DeltaVgk; one spare
     /// cell behind them.
-    std::shared_ptr<const std::vector<Cell>> tables;
+    std::shared_ptr<const Cell[]> tables;
     const Cell* table = nullptr;
     int32 nVgk = 0;
     int32 nVp = 0;
