@@ -3,12 +3,14 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <cairo.h>
+#include <dlfcn.h>
 
 #include <bit>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 namespace torvane::host {
@@ -25,42 +27,112 @@ std::uint32_t channel(unsigned long pixel, unsigned long mask) {
     return static_cast<std::uint32_t>(((pixel & mask) >> shift) * 255 / top);
 }
 
+/// The Xlib and cairo calls of the window, bound when the first window opens: the tool's other
+/// commands (a document run, say) then load neither library, nor the twenty-odd that those
+/// two bring, which would cost every run some milliseconds at start. Loaded once, never
+/// unloaded; one thread, as the window.
+struct WindowCalls {
+    void* x11 = open("libX11.so.6");
+    void* cairo = open("libcairo.so.2");
+    decltype(&XOpenDisplay) openDisplay = bind<decltype(&XOpenDisplay)>(x11, "XOpenDisplay");
+    decltype(&XCreateSimpleWindow) createSimpleWindow =
+        bind<decltype(&XCreateSimpleWindow)>(x11, "XCreateSimpleWindow");
+    decltype(&XStoreName) storeName = bind<decltype(&XStoreName)>(x11, "XStoreName");
+    decltype(&XSetWMNormalHints) setWMNormalHints =
+        bind<decltype(&XSetWMNormalHints)>(x11, "XSetWMNormalHints");
+    decltype(&XInternAtom) internAtom = bind<decltype(&XInternAtom)>(x11, "XInternAtom");
+    decltype(&XSetWMProtocols) setWMProtocols =
+        bind<decltype(&XSetWMProtocols)>(x11, "XSetWMProtocols");
+    decltype(&XSelectInput) selectInput = bind<decltype(&XSelectInput)>(x11, "XSelectInput");
+    decltype(&XMapWindow) mapWindow = bind<decltype(&XMapWindow)>(x11, "XMapWindow");
+    decltype(&XFlush) flush = bind<decltype(&XFlush)>(x11, "XFlush");
+    decltype(&XDestroyWindow) destroyWindow = bind<decltype(&XDestroyWindow)>(x11, "XDestroyWindow");
+    decltype(&XCloseDisplay) closeDisplay = bind<decltype(&XCloseDisplay)>(x11, "XCloseDisplay");
+    decltype(&XPending) pending = bind<decltype(&XPending)>(x11, "XPending");
+    decltype(&XNextEvent) nextEvent = bind<decltype(&XNextEvent)>(x11, "XNextEvent");
+    decltype(&XSync) sync = bind<decltype(&XSync)>(x11, "XSync");
+    decltype(&XGetImage) getImage = bind<decltype(&XGetImage)>(x11, "XGetImage");
+    decltype(&cairo_image_surface_create) imageSurfaceCreate =
+        bind<decltype(&cairo_image_surface_create)>(cairo, "cairo_image_surface_create");
+    decltype(&cairo_surface_flush) surfaceFlush =
+        bind<decltype(&cairo_surface_flush)>(cairo, "cairo_surface_flush");
+    decltype(&cairo_image_surface_get_data) imageSurfaceGetData =
+        bind<decltype(&cairo_image_surface_get_data)>(cairo, "cairo_image_surface_get_data");
+    decltype(&cairo_image_surface_get_stride) imageSurfaceGetStride =
+        bind<decltype(&cairo_image_surface_get_stride)>(cairo, "cairo_image_surface_get_stride");
+    decltype(&cairo_surface_mark_dirty) surfaceMarkDirty =
+        bind<decltype(&cairo_surface_mark_dirty)>(cairo, "cairo_surface_mark_dirty");
+    decltype(&cairo_surface_write_to_png) surfaceWriteToPng =
+        bind<decltype(&cairo_surface_write_to_png)>(cairo, "cairo_surface_write_to_png");
+    decltype(&cairo_surface_destroy) surfaceDestroy =
+        bind<decltype(&cairo_surface_destroy)>(cairo, "cairo_surface_destroy");
+    decltype(&cairo_status_to_string) statusToString =
+        bind<decltype(&cairo_status_to_string)>(cairo, "cairo_status_to_string");
+
+    static void* open(const char* name) {
+        void* library = ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr) {
+            const char* reason = ::dlerror();
+            throw std::runtime_error(std::string("cannot load ") + name + ": " +
+                                     (reason != nullptr ? reason : "unknown reason"));
+        }
+        return library;
+    }
+
+    template <class Function>
+    static Function bind(void* library, const char* name) {
+        void* address = ::dlsym(library, name);
+        if (address == nullptr) {
+            throw std::runtime_error(std::string("cannot find ") + name);
+        }
+        return reinterpret_cast<Function>(address);
+    }
+};
+
+const WindowCalls& calls() {
+    static const WindowCalls loaded;
+    return loaded;
+}
+
 } // namespace
 
 HostWindow::HostWindow(int width, int height, const std::string& title)
     : width(width), height(height) {
-    connection = XOpenDisplay(nullptr);
+    const WindowCalls& api = calls();
+    connection = api.openDisplay(nullptr);
     if (connection == nullptr) {
         throw std::runtime_error("no X display: set DISPLAY to a running X server "
                                  "(for example Xvfb :1 & DISPLAY=:1)");
     }
     const int screen = DefaultScreen(connection);
-    window = XCreateSimpleWindow(connection, RootWindow(connection, screen), 0, 0,
+    window = api.createSimpleWindow(connection, RootWindow(connection, screen), 0, 0,
                                  static_cast<unsigned>(width), static_cast<unsigned>(height), 0,
                                  BlackPixel(connection, screen), BlackPixel(connection, screen));
-    XStoreName(connection, window, title.c_str());
+    api.storeName(connection, window, title.c_str());
     XSizeHints hints{};
     hints.flags = PMinSize | PMaxSize;
     hints.min_width = hints.max_width = width;
     hints.min_height = hints.max_height = height;
-    XSetWMNormalHints(connection, window, &hints);
-    Atom close = XInternAtom(connection, "WM_DELETE_WINDOW", False);
+    api.setWMNormalHints(connection, window, &hints);
+    Atom close = api.internAtom(connection, "WM_DELETE_WINDOW", False);
     closeMessage = close;
-    XSetWMProtocols(connection, window, &close, 1);
-    XSelectInput(connection, window, StructureNotifyMask);
-    XMapWindow(connection, window);
-    XFlush(connection);
+    api.setWMProtocols(connection, window, &close, 1);
+    api.selectInput(connection, window, StructureNotifyMask);
+    api.mapWindow(connection, window);
+    api.flush(connection);
 }
 
 HostWindow::~HostWindow() {
-    XDestroyWindow(connection, window);
-    XCloseDisplay(connection);
+    const WindowCalls& api = calls();
+    api.destroyWindow(connection, window);
+    api.closeDisplay(connection);
 }
 
 bool HostWindow::handleEvents() {
-    while (XPending(connection) > 0) {
+    const WindowCalls& api = calls();
+    while (api.pending(connection) > 0) {
         XEvent event;
-        XNextEvent(connection, &event);
+        api.nextEvent(connection, &event);
         if (event.type == MapNotify) {
             shown = true;
         } else if (event.type == ClientMessage &&
@@ -81,18 +153,19 @@ bool HostWindow::waitUntilShown(double seconds) {
 }
 
 void HostWindow::screenshot(const std::string& path) const {
-    XSync(connection, False);
-    XImage* image = XGetImage(connection, window, 0, 0, static_cast<unsigned>(width),
+    const WindowCalls& api = calls();
+    api.sync(connection, False);
+    XImage* image = api.getImage(connection, window, 0, 0, static_cast<unsigned>(width),
                               static_cast<unsigned>(height), AllPlanes, ZPixmap);
     if (image == nullptr) {
         throw std::runtime_error("cannot read the window's picture");
     }
     const auto destroy = [](XImage* taken) { XDestroyImage(taken); };
     std::unique_ptr<XImage, decltype(destroy)> owned(image, destroy);
-    cairo_surface_t* picture = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-    cairo_surface_flush(picture);
-    unsigned char* data = cairo_image_surface_get_data(picture);
-    const int stride = cairo_image_surface_get_stride(picture);
+    cairo_surface_t* picture = api.imageSurfaceCreate(CAIRO_FORMAT_RGB24, width, height);
+    api.surfaceFlush(picture);
+    unsigned char* data = api.imageSurfaceGetData(picture);
+    const int stride = api.imageSurfaceGetStride(picture);
     for (int y = 0; y < height; ++y) {
         auto* row = reinterpret_cast<std::uint32_t*>(data + y * stride);
         for (int x = 0; x < width; ++x) {
@@ -101,11 +174,11 @@ void HostWindow::screenshot(const std::string& path) const {
                      (channel(pixel, image->green_mask) << 8) | channel(pixel, image->blue_mask);
         }
     }
-    cairo_surface_mark_dirty(picture);
-    const cairo_status_t written = cairo_surface_write_to_png(picture, path.c_str());
-    cairo_surface_destroy(picture);
+    api.surfaceMarkDirty(picture);
+    const cairo_status_t written = api.surfaceWriteToPng(picture, path.c_str());
+    api.surfaceDestroy(picture);
     if (written != CAIRO_STATUS_SUCCESS) {
-        throw std::runtime_error("cannot write " + path + ": " + cairo_status_to_string(written));
+        throw std::runtime_error("cannot write " + path + ": " + api.statusToString(written));
     }
 }
 
