@@ -5,6 +5,9 @@
 #include "kernels/Kernels.h"
 #include "runtime/Exceptions.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <sstream>
 
 namespace nodara {
@@ -81,18 +84,18 @@ bool NewtonSolver::solve(Eigen::VectorXf& x) {
         ++iteration;
         // The rhs first: tube stamps limit the voltages in x, and the copy must see them.
         context->computeRhs(x, sampleRhs, rhs);
-        previousX = x;
+        std::copy(x.data(), x.data() + n, previousX.data());
         if (iteration > fixedPointSteps) {
-            newtonStep(x);
+            error = newtonStep(x);
         } else {
             fixedPointStep(x);
+            error = errorOf(delta, x, relativeTollerance);
         }
-        error = errorOf(delta, x, relativeTollerance);
     }
     return iteration < maxIterations;
 }
 
-void NewtonSolver::newtonStep(Eigen::VectorXf& x) {
+scalar NewtonSolver::newtonStep(Eigen::VectorXf& x) {
     const auto size = static_cast<uint32_t>(n);
     packedA->product(x.data(), y.data(), size, size);
     multiplyAdd(n, -1.0f, rhs.data(), y.data());
@@ -104,12 +107,16 @@ void NewtonSolver::newtonStep(Eigen::VectorXf& x) {
     } else {
         solveWithJacobian(jacobian);
     }
+    // The step and the error measure in one pass.
     scalar* next = x.data();
     const scalar* previous = previousX.data();
     const scalar* step = delta.data();
+    scalar error = -std::numeric_limits<scalar>::infinity();
     for (int32 i = 0; i < n; ++i) {
         next[i] = previous[i] - relaxation * step[i];
+        error = std::max(error, std::fabs(step[i]) - relativeTollerance * std::fabs(next[i]));
     }
+    return error;
 }
 
 // y += alpha·x: the saxpy kernel, as a plain loop for a small system, whose few entries do not

@@ -26,7 +26,8 @@ public:
     bool solve(Eigen::VectorXf& x) override;
 
 private:
-    void newtonStep(Eigen::VectorXf& x);
+    /// Takes the step and returns the error measure of Solver::errorOf.
+    scalar newtonStep(Eigen::VectorXf& x);
     void fixedPointStep(Eigen::VectorXf& x);
     /// delta from J·delta = y, the fixed rows first.
     void solveWithJacobian(Eigen::MatrixXf& jacobian);
