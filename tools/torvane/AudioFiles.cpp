@@ -2,6 +2,7 @@
 
 #include "tools/torvane/CommandLine.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
@@ -20,22 +21,38 @@ AudioReader::AudioReader(const std::string& path) : path(path) {
 
 AudioReader::~AudioReader() { sf_close(file); }
 
+// Frames are read ahead in chunks, for the same reason as they are written in chunks: a read
+// per block of a few hundred frames costs a system call each.
 size_t AudioReader::read(std::vector<std::vector<float>>& channelBuffers, size_t frames) {
     const auto channelCount = static_cast<size_t>(info.channels);
-    interleaved.resize(frames * channelCount);
-    const sf_count_t got = sf_readf_float(file, interleaved.data(), static_cast<sf_count_t>(frames));
+    channelBuffers.resize(channelCount);
+    for (std::vector<float>& buffer : channelBuffers) {
+        buffer.resize(frames);
+    }
+    size_t count = 0;
+    while (count < frames && (nextFrame < heldFrames || refill())) {
+        const size_t taken = std::min(frames - count, heldFrames - nextFrame);
+        for (size_t c = 0; c < channelCount; ++c) {
+            for (size_t i = 0; i < taken; ++i) {
+                channelBuffers[c][count + i] = interleaved[(nextFrame + i) * channelCount + c];
+            }
+        }
+        count += taken;
+        nextFrame += taken;
+    }
+    return count;
+}
+
+bool AudioReader::refill() {
+    interleaved.resize(chunkFrames * static_cast<size_t>(info.channels));
+    const sf_count_t got =
+        sf_readf_float(file, interleaved.data(), static_cast<sf_count_t>(chunkFrames));
     if (got < 0) {
         throw FileError("error while reading " + path + ": " + sf_strerror(file));
     }
-    const auto count = static_cast<size_t>(got);
-    channelBuffers.resize(channelCount);
-    for (size_t c = 0; c < channelCount; ++c) {
-        channelBuffers[c].resize(frames);
-        for (size_t i = 0; i < count; ++i) {
-            channelBuffers[c][i] = interleaved[i * channelCount + c];
-        }
-    }
-    return count;
+    heldFrames = static_cast<size_t>(got);
+    nextFrame = 0;
+    return heldFrames > 0;
 }
 
 AudioWriter::AudioWriter(const std::string& path, int channels, int sampleRate)

@@ -22,10 +22,17 @@ public:
     size_t read(std::vector<std::vector<float>>& channelBuffers, size_t frames);
 
 private:
+    /// Reads the next chunk into `interleaved`; false at the end of the file.
+    bool refill();
+
+    static constexpr size_t chunkFrames = 8192;
     std::string path;
     SF_INFO info{};
     SNDFILE* file = nullptr;
+    /// Frames read ahead, and the first of them not handed out yet.
     std::vector<float> interleaved;
+    size_t heldFrames = 0;
+    size_t nextFrame = 0;
 };
 
 /// A 32-bit float WAV written to a temporary file beside the target and moved into place by
