@@ -38,6 +38,17 @@ void PackedMatrix::pack(const scalar* source) {
 }
 
 void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32_t ny) {
+    take(operand, nx, ny);
+    productOf(y, nullptr);
+}
+
+void PackedMatrix::residual(const scalar* operand, const scalar* r, scalar* y, uint32_t nx,
+                            uint32_t ny) {
+    take(operand, nx, ny);
+    productOf(y, r);
+}
+
+void PackedMatrix::take(const scalar* operand, uint32_t nx, uint32_t ny) {
     if (nx != cols) {
         throw NodaraException(concat(
             "Invalid size of the x vector in matrix-vector product. Expected", cols, ", got", nx));
@@ -47,10 +58,12 @@ void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32
             "Invalid size of the y vector in matrix-vector product. Expected", rows, ", got", ny));
     }
     // Whole groups in and out: a group read soon after a narrower copy wrote it would wait
-    // for that copy. The lanes past n are 0.
+    // for that copy. The operand is read value by value for the same reason: a solver has
+    // just written it one entry at a time. The lanes past n are 0.
     uint32_t full = 0;
     for (; 4 * full + 4 <= cols; ++full) {
-        _mm_store_ps(x[full].lanes, _mm_loadu_ps(operand + 4 * full));
+        const scalar* values = operand + 4 * full;
+        _mm_store_ps(x[full].lanes, _mm_setr_ps(values[0], values[1], values[2], values[3]));
     }
     if (full < blocksN) {
         const scalar* tail = operand + 4 * full;
@@ -58,39 +71,45 @@ void PackedMatrix::product(const scalar* operand, scalar* y, uint32_t nx, uint32
         _mm_store_ps(x[full].lanes, _mm_setr_ps(tail[0], left > 1 ? tail[1] : 0.0f,
                                                 left > 2 ? tail[2] : 0.0f, 0.0f));
     }
+}
+
+void PackedMatrix::productOf(scalar* y, const scalar* r) const {
     switch (blocksN) {
-    case 1: return productOf<1>(y);
-    case 2: return productOf<2>(y);
-    case 3: return productOf<3>(y);
-    case 4: return productOf<4>(y);
-    default: return productOf<0>(y);
+    case 1: return productOf<1>(y, r);
+    case 2: return productOf<2>(y, r);
+    case 3: return productOf<3>(y, r);
+    case 4: return productOf<4>(y, r);
+    default: return productOf<0>(y, r);
     }
 }
 
 // blocks is blocksN where it is small, so that the walk over the groups unrolls; 0 for any
-// other count. The order of the additions is the same either way.
+// other count. The order of the additions is the same either way. Each row's value is stored
+// once, whole: a later wide read of y then finds it without waiting.
 template <uint32_t blocks>
-void PackedMatrix::productOf(scalar* y) const {
+void PackedMatrix::productOf(scalar* y, const scalar* r) const {
     const uint32_t count = blocks == 0 ? blocksN : blocks;
-    for (uint32_t r = 0; r < rows; ++r) {
+    for (uint32_t row = 0; row < rows; ++row) {
         // Two accumulators over pairs of groups, so that two products are in flight.
         __m128 first = _mm_setzero_ps();
         __m128 second = _mm_setzero_ps();
-        const Group* row = data.data() + r;
+        const Group* groups = data.data() + row;
         uint32_t b = 0;
         for (; b + 1 < count; b += 2) {
-            first = _mm_add_ps(first,
-                               _mm_mul_ps(load(row[static_cast<std::size_t>(b) * rows]), load(x[b])));
-            second = _mm_add_ps(second, _mm_mul_ps(load(row[static_cast<std::size_t>(b + 1) * rows]),
-                                                   load(x[b + 1])));
+            first = _mm_add_ps(first, _mm_mul_ps(load(groups[static_cast<std::size_t>(b) * rows]),
+                                                 load(x[b])));
+            second = _mm_add_ps(second,
+                                _mm_mul_ps(load(groups[static_cast<std::size_t>(b + 1) * rows]),
+                                           load(x[b + 1])));
         }
         if (b < count) {
-            first = _mm_add_ps(first,
-                               _mm_mul_ps(load(row[static_cast<std::size_t>(b) * rows]), load(x[b])));
+            first = _mm_add_ps(first, _mm_mul_ps(load(groups[static_cast<std::size_t>(b) * rows]),
+                                                 load(x[b])));
         }
         alignas(16) scalar sum[4];
         _mm_store_ps(sum, _mm_add_ps(first, second));
-        y[r] = (sum[0] + sum[1]) + (sum[2] + sum[3]);
+        const scalar value = (sum[0] + sum[1]) + (sum[2] + sum[3]);
+        y[row] = r == nullptr ? value : value + -1.0f * r[row];
     }
 }
 

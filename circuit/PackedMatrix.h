@@ -23,6 +23,9 @@ public:
     void updateMatrix(const scalar* source, uint32_t m, uint32_t n);
     /// y = M·x, x of length nx = n and y of length ny = m.
     void product(const scalar* x, scalar* y, uint32_t nx, uint32_t ny);
+    /// y = M·x − r, r of length m: the product, then y[i] += −1·r[i] as a saxpy would add it,
+    /// row by row as each sum is formed.
+    void residual(const scalar* x, const scalar* r, scalar* y, uint32_t nx, uint32_t ny);
 
     uint32_t getRows() const { return rows; }
 
@@ -32,8 +35,11 @@ private:
     };
 
     void pack(const scalar* source);
+    /// Checks the lengths and copies x into the groups.
+    void take(const scalar* operand, uint32_t nx, uint32_t ny);
+    void productOf(scalar* y, const scalar* r) const;
     template <uint32_t blocks>
-    void productOf(scalar* y) const;
+    void productOf(scalar* y, const scalar* r) const;
     __m128 load(const Group& group) const { return _mm_load_ps(group.lanes); }
 
     std::vector<Group> data;

@@ -97,8 +97,7 @@ bool NewtonSolver::solve(Eigen::VectorXf& x) {
 
 scalar NewtonSolver::newtonStep(Eigen::VectorXf& x) {
     const auto size = static_cast<uint32_t>(n);
-    packedA->product(x.data(), y.data(), size, size);
-    multiplyAdd(n, -1.0f, rhs.data(), y.data());
+    packedA->residual(x.data(), rhs.data(), y.data(), size, size);
     Eigen::MatrixXf& jacobian = context->assembleJacobian(x);
     if (useDiagonalNewton) {
         for (int32 i = 0; i < n; ++i) {

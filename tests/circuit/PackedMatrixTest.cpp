@@ -40,6 +40,12 @@ TEST(PackedMatrix, ProductEqualsADoublePrecisionProduct) {
         packed.product(x.data(), y.data(), static_cast<uint32_t>(n), static_cast<uint32_t>(m));
         const Eigen::VectorXd expected = a.cast<double>() * x.cast<double>();
         EXPECT_LT((y.cast<double>() - expected).cwiseAbs().maxCoeff(), 1e-5 * n);
+        // The residual form subtracts as a separate saxpy would, bit for bit.
+        const Eigen::VectorXf r = randomVector(m, random);
+        Eigen::VectorXf residual(m);
+        packed.residual(x.data(), r.data(), residual.data(), static_cast<uint32_t>(n),
+                        static_cast<uint32_t>(m));
+        EXPECT_EQ(residual, (y + -1.0f * r).eval());
     }
 }
 
