@@ -106,9 +106,10 @@ void PackedMatrix::productOf(scalar* y, const scalar* r) const {
             first = _mm_add_ps(first, _mm_mul_ps(load(groups[static_cast<std::size_t>(b) * rows]),
                                                  load(x[b])));
         }
-        alignas(16) scalar sum[4];
-        _mm_store_ps(sum, _mm_add_ps(first, second));
-        const scalar value = (sum[0] + sum[1]) + (sum[2] + sum[3]);
+        // (s0 + s1) + (s2 + s3) across the lanes, in registers.
+        const __m128 sum = _mm_add_ps(first, second);
+        const __m128 pairs = _mm_add_ps(sum, _mm_shuffle_ps(sum, sum, _MM_SHUFFLE(2, 3, 0, 1)));
+        const scalar value = _mm_cvtss_f32(_mm_add_ss(pairs, _mm_movehl_ps(pairs, pairs)));
         y[row] = r == nullptr ? value : value + -1.0f * r[row];
     }
 }

@@ -107,9 +107,9 @@ scalar NewtonSolver::newtonStep(Eigen::VectorXf& x) {
         solveWithJacobian(jacobian);
     }
     // The step and the error measure in one pass.
-    scalar* next = x.data();
-    const scalar* previous = previousX.data();
-    const scalar* step = delta.data();
+    scalar* __restrict next = x.data();
+    const scalar* __restrict previous = previousX.data();
+    const scalar* __restrict step = delta.data();
     scalar error = -std::numeric_limits<scalar>::infinity();
     for (int32 i = 0; i < n; ++i) {
         next[i] = previous[i] - relaxation * step[i];
@@ -120,7 +120,8 @@ scalar NewtonSolver::newtonStep(Eigen::VectorXf& x) {
 
 // y += alpha·x: the saxpy kernel, as a plain loop for a small system, whose few entries do not
 // repay the dispatch.
-void NewtonSolver::multiplyAdd(int32 count, scalar alpha, const scalar* x, scalar* y) const {
+void NewtonSolver::multiplyAdd(int32 count, scalar alpha, const scalar* __restrict x,
+                               scalar* __restrict y) const {
     if (!smallLu) {
         kernels::saxpy(count, alpha, x, y);
         return;
