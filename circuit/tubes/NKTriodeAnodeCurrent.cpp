@@ -142,15 +142,16 @@ std::shared_ptr<NKTriodeAnodeCurrent::Cell[]> NKTriodeAnodeCurrent::buildTables(
         if (vectorRows) {
             koren::triodeRowAvx2(law, vg, std::min(vg, vgkMax), anode.data(), nVp - 1,
                                  row[1].data());
-        }
-        for (int32 j = 1; j < nVp; ++j) {
-            if (!vectorRows) {
+        } else {
+            for (int32 j = 1; j < nVp; ++j) {
                 const double vp = anode[static_cast<size_t>(j - 1)];
                 row[j] = lawAt(vg, vp);
                 if (vg > vgkMax) {
                     row[j][0] = lawAt(vgkMax, vp)[0];
                 }
             }
+        }
+        for (int32 j = 1; j < nVp; ++j) {
             if (!(row[j][0] >= 1e-9f)) {
                 row[j][0] = 0.0f;
             }
