@@ -335,7 +335,7 @@ void MNAContext::computeSampleRhs(Eigen::VectorXf& out) {
 
 void MNAContext::computeRhs(Eigen::VectorXf& x, const Eigen::VectorXf& sampleRhs,
                             Eigen::VectorXf& out) {
-    out = sampleRhs;
+    std::copy(sampleRhs.data(), sampleRhs.data() + sampleRhs.size(), out.data());
     addRhs(iterateRhsParts, x.data(), out);
     assignFixedRows(out);
 }

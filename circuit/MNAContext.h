@@ -60,7 +60,7 @@ public:
     /// out = rhs(x); the parts may limit x.
     void computeRhs(Eigen::VectorXf& x, Eigen::VectorXf& out);
     /// The same in two steps for the iterations of one sample: first the parts that do not
-    /// read x, once; then out = that + the parts that do.
+    /// read x, once; then out = that + the parts that do (out as long as that already).
     void computeSampleRhs(Eigen::VectorXf& out);
     void computeRhs(Eigen::VectorXf& x, const Eigen::VectorXf& sampleRhs, Eigen::VectorXf& out);
     void setSolution(const Eigen::VectorXf& x) { solution = x; }
