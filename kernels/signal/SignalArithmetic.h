@@ -78,28 +78,33 @@ public:
     }
 
     void run(const scalar* in, scalar* out, int32 frames) {
-        const int32 fill = Lanes::skew * (stages - 1);
+        const int32 fill = lag();
         const int32 total = frames + fill;
         int32 t = 0;
         for (; t < fill && t < total; ++t) {
-            step<true>(in, out, frames, t, fill);
+            advance<true>(t < frames ? in[t] : 0.0f, t, frames);
         }
         for (; t < frames; ++t) {
-            step<false>(in, out, frames, t, fill);
+            out[t - fill] = last(advance<false>(in[t], t, frames));
         }
         for (; t < total; ++t) {
-            step<true>(in, out, frames, t, fill);
+            const Lanes y = advance<true>(0.0f, t, frames);
+            if (t - fill < frames) {
+                out[t - fill] = last(y);
+            }
         }
-        x1.store(state + rowX1 * rowStride);
-        x2.store(state + rowX2 * rowStride);
-        y1.store(state + rowY1 * rowStride);
-        y2.store(state + rowY2 * rowStride);
+        save();
     }
 
-private:
+    /// Steps from a sample entering the first stage to its output leaving the last.
+    int32 lag() const { return Lanes::skew * (stages - 1); }
+
+    /// Step t of a block of `frames`: `sample` (0 from t = frames on) enters the first stage;
+    /// returns every stage's output, the last stage's (`last`) for sample t − lag(). `partial`
+    /// for the steps that fill and drain the pipeline (t < lag() or t ≥ frames); any step may
+    /// take it.
     template <bool partial>
-    void step(const scalar* in, scalar* out, int32 frames, int32 t, int32 fill) {
-        const scalar sample = partial && t >= frames ? 0.0f : in[t];
+    Lanes advance(scalar sample, int32 t, int32 frames) {
         const Lanes x = recent[Lanes::skew - 1].shiftUpInserting(sample);
         const Lanes y = filter.step(x, x1, x2, y1, y2);
         if constexpr (partial) {
@@ -118,11 +123,21 @@ private:
             recent[k] = recent[k - 1];
         }
         recent[0] = y;
-        if (!partial || (t >= fill && t - fill < frames)) {
-            out[t - fill] = y.lane(stages - 1);
-        }
+        return y;
     }
 
+    /// The last stage's lane; a full gang's from a register.
+    scalar last(Lanes y) const { return stages == Lanes::width ? y.top() : y.lane(stages - 1); }
+
+    /// Writes the state back, every stage at the block's end.
+    void save() const {
+        x1.store(state + rowX1 * rowStride);
+        x2.store(state + rowX2 * rowStride);
+        y1.store(state + rowY1 * rowStride);
+        y2.store(state + rowY2 * rowStride);
+    }
+
+private:
     int32 stages;
     scalar* state;
     int32 rowStride;
@@ -206,11 +221,15 @@ void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, 
 }
 
 /// Every signal kernel instantiated under a build's name: Lanes for the spectra and the
-/// lookups, and the cascade as the build chooses its lanes by the number of stages.
+/// lookups, the cascade as the build chooses its lanes by the number of stages, and the fused
+/// chains (ChainArithmetic.h) as the build instantiates them.
 template <class Lanes>
 constexpr SignalKernelBuild buildOver(const char* name, int32 minimumLevel,
-                                      decltype(SignalKernelBuild::biQuadCascade) cascade) {
-    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>, cascade, &tableLookup<Lanes>};
+                                      decltype(SignalKernelBuild::biQuadCascade) cascade,
+                                      decltype(SignalKernelBuild::runFusedChain) chainSupported,
+                                      decltype(SignalKernelBuild::runFusedChain) chain) {
+    return {name,     minimumLevel,       &sumOfSpectrumProducts<Lanes>, cascade,
+            &tableLookup<Lanes>, chainSupported, chain};
 }
 
 } // namespace nodara::kernels::lanes

@@ -1,4 +1,5 @@
 #include "kernels/InstructionSet.h"
+#include "kernels/signal/ChainArithmetic.h"
 #include "kernels/signal/OctetLanes.h"
 #include "kernels/signal/QuadLanes.h"
 #include "kernels/signal/SignalArithmetic.h"
@@ -36,6 +37,10 @@ struct Avx512Lanes {
         alignas(64) scalar lanes[width];
         _mm512_store_ps(lanes, v);
         return lanes[index];
+    }
+    scalar top() const {
+        const __m128 high = _mm512_extractf32x4_ps(v, 3);
+        return _mm_cvtss_f32(_mm_shuffle_ps(high, high, 0xff));
     }
 
     friend Avx512Lanes operator+(Avx512Lanes x, Avx512Lanes y) { return {_mm512_add_ps(x.v, y.v)}; }
@@ -110,6 +115,8 @@ void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int3
 } // namespace
 
 constinit const SignalKernelBuild signalAvx512Build =
-    lanes::buildOver<Avx512Lanes>("AVX512", levelAvx512, &biQuadCascade);
+    lanes::buildOver<Avx512Lanes>("AVX512", levelAvx512, &biQuadCascade,
+                                  &lanes::fusedChainIn<Avx512Tag, Quad, Octet, false>,
+                                  &lanes::fusedChainIn<Avx512Tag, Quad, Octet, true>);
 
 } // namespace nodara::kernels
