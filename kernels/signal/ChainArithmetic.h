@@ -212,21 +212,61 @@ struct StepPipe<Index, Slot, First, Rest...> {
     }
 };
 
+/// The interpolator's and the decimator's cascades, each in a gang of lanes of its own.
+template <class Up, class Down>
+class SeparateCascades {
+public:
+    static constexpr bool available = true;
+    explicit SeparateCascades(const FusedChain& chain)
+        : up(chain.up.stages, chain.up.coefficients, chain.up.state, chain.up.rowStride),
+          down(chain.down.stages, chain.down.coefficients, chain.down.state,
+               chain.down.rowStride),
+          upLast(Up::zero()), downLast(Down::zero()) {}
+    int32 upLag() const { return up.lag(); }
+    int32 downLag() const { return down.lag(); }
+    /// Step t of the interpolator and step n of the decimator, in a block of `frames`; a
+    /// partial iteration leaves out a cascade whose pipeline is empty.
+    template <bool partial>
+    void advance(scalar upSample, int32 t, scalar downSample, int32 n, int32 frames) {
+        if (!partial || n >= 0) {
+            downLast = down.template advance<partial>(downSample, n, frames);
+        }
+        if (!partial || t < frames + up.lag()) {
+            upLast = up.template advance<partial>(upSample, t, frames);
+        }
+    }
+    scalar upOutput() const { return up.last(upLast); }
+    scalar downOutput() const { return down.last(downLast); }
+    void save() const {
+        up.save();
+        down.save();
+    }
+
+private:
+    CascadeGroup<Up> up;
+    CascadeGroup<Down> down;
+    Up upLast;
+    Down downLast;
+};
+
+/// A build without a joint form of the two cascades.
+struct NoJointCascades {
+    static constexpr bool available = false;
+    static bool fits(int32, int32) { return false; }
+};
+
 /// Iteration t: the interpolator takes input step t; step k (0-based) works on sample
 /// t − up.lag() − 1 − k − gangDelay·(lookups before k); the decimator takes sample
 /// n = t − up.lag() − 1 − count − gangDelay·lookups and gives n − down.lag(). The iterations where a pipeline fills or drains take the general path; the
 /// rest, the fast one. Everything lives in locals whose address does not escape, so that the
 /// stores to `out` cannot alias them.
-template <class Tag, class Up, class Down, class Pipe, int32 count>
+template <class Tag, class Cascades, class Pipe, int32 count>
 void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) {
     const int32 factor = chain.factor;
     const int32 frames = factor * inFrames;
-    CascadeGroup<Up> up(chain.up.stages, chain.up.coefficients, chain.up.state,
-                        chain.up.rowStride);
-    CascadeGroup<Down> down(chain.down.stages, chain.down.coefficients, chain.down.state,
-                            chain.down.rowStride);
+    Cascades cascades(chain);
     Pipe pipe(chain.steps);
-    const int32 upLag = up.lag();
+    const int32 upLag = cascades.upLag();
     const LookupGang<Tag> gang(chain.steps, count);
     scalar latch[count + 1] = {};
     scalar gathering[LookupGang<Tag>::width] = {};
@@ -246,24 +286,21 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
         }
     };
     const int32 downStart = upLag + 1 + count + gangDelay * Pipe::lookups;
-    const int32 downLag = down.lag();
-    const int32 lag = downStart + downLag;
+    const int32 lag = downStart + cascades.downLag();
     const int32 total = frames + lag;
     const auto general = [&](int32 t) {
         const int32 n = t - downStart;
-        if (n >= 0) {
-            const auto result =
-                down.template advance<true>(n < frames ? latch[count] : 0.0f, n, frames);
-            const int32 m = n - downLag;
-            if (m >= 0 && m % factor == 0) {
-                out[m / factor] = down.last(result);
-            }
+        const scalar sample =
+            t < frames && t % factor == 0 && in != nullptr ? in[t / factor] : 0.0f;
+        cascades.template advance<true>(sample, t, n >= 0 && n < frames ? latch[count] : 0.0f,
+                                        n, frames);
+        const int32 m = t - lag;
+        if (m >= 0 && m % factor == 0) {
+            out[m / factor] = cascades.downOutput();
         }
         shift.template operator()<true>(t);
         if (t < frames + upLag) {
-            const scalar sample =
-                t < frames && t % factor == 0 && in != nullptr ? in[t / factor] : 0.0f;
-            latch[0] = up.last(up.template advance<true>(sample, t, frames));
+            latch[0] = cascades.upOutput();
         }
     };
     int32 t = 0;
@@ -274,17 +311,14 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
     int32 next = t / factor;
     int32 outPhase = 0;
     int32 kept = 0;
-    // Unrolled over the period of the lanes' and the filters' state rotation, which then
-    // costs no register moves.
-#pragma GCC unroll 6
     for (; t < frames; ++t) {
-        const auto result = down.template advance<false>(latch[count], t - downStart, frames);
+        const scalar sample = inPhase == 0 && in != nullptr ? in[next] : 0.0f;
+        cascades.template advance<false>(sample, t, latch[count], t - downStart, frames);
         if (outPhase == 0) {
-            out[kept++] = down.last(result);
+            out[kept++] = cascades.downOutput();
         }
         shift.template operator()<false>(t);
-        const scalar sample = inPhase == 0 && in != nullptr ? in[next] : 0.0f;
-        latch[0] = up.last(up.template advance<false>(sample, t, frames));
+        latch[0] = cascades.upOutput();
         next += inPhase == factor - 1 ? 1 : 0;
         inPhase = inPhase == factor - 1 ? 0 : inPhase + 1;
         outPhase = outPhase == factor - 1 ? 0 : outPhase + 1;
@@ -292,14 +326,13 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
     for (; t < total; ++t) {
         general(t);
     }
-    up.save();
-    down.save();
+    cascades.save();
     pipe.save(chain.steps);
 }
 
 /// Tries each lane pair that holds the cascades (narrower first) and each compiled series of
 /// step kinds; false when none fits.
-template <class Tag, class Series, class Narrow, class Wide, bool execute>
+template <class Tag, class Series, class Narrow, class Wide, class Joint, bool execute>
 bool fuseWith(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
     if (chain.stepCount != Series::count || !Series::Kinds::matches(chain.steps)) {
         return false;
@@ -317,14 +350,20 @@ bool fuseWith(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
         const bool narrowDown = chain.down.stages <= Narrow::width;
         using K = typename Series::Kinds;
         constexpr int32 count = Series::count;
+        if constexpr (Joint::available) {
+            if (Joint::fits(chain.up.stages, chain.down.stages)) {
+                runChain<Tag, Joint, K, count>(chain, in, out, frames);
+                return true;
+            }
+        }
         if (narrowUp && narrowDown) {
-            runChain<Tag, Narrow, Narrow, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Narrow, Narrow>, K, count>(chain, in, out, frames);
         } else if (narrowUp) {
-            runChain<Tag, Narrow, Wide, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Narrow, Wide>, K, count>(chain, in, out, frames);
         } else if (narrowDown) {
-            runChain<Tag, Wide, Narrow, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Wide, Narrow>, K, count>(chain, in, out, frames);
         } else {
-            runChain<Tag, Wide, Wide, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Wide, Wide>, K, count>(chain, in, out, frames);
         }
     }
     return true;
@@ -340,13 +379,13 @@ struct CompiledSeries {
 
 /// The series compiled in every build: a tube stage (lookup), a network (second order), a
 /// gain, a tube stage, a coupling (first order), a tube stage; and a lone tube stage.
-template <class Tag, class Narrow, class Wide, bool execute>
+template <class Tag, class Narrow, class Wide, class Joint, bool execute>
 bool fusedChainIn(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
     using Stage = CompiledSeries<LookupStep<Tag>, SecondOrderStep<Tag>, GainStep<Tag>,
                                  LookupStep<Tag>, FirstOrderStep<Tag>, LookupStep<Tag>>;
     using Single = CompiledSeries<LookupStep<Tag>>;
-    return fuseWith<Tag, Stage, Narrow, Wide, execute>(chain, in, out, frames) ||
-           fuseWith<Tag, Single, Narrow, Wide, execute>(chain, in, out, frames);
+    return fuseWith<Tag, Stage, Narrow, Wide, Joint, execute>(chain, in, out, frames) ||
+           fuseWith<Tag, Single, Narrow, Wide, Joint, execute>(chain, in, out, frames);
 }
 
 } // namespace nodara::kernels::lanes

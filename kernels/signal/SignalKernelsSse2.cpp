@@ -12,7 +12,7 @@ using Lanes = QuadLanes<Sse2Tag>;
 
 constinit const SignalKernelBuild signalSse2Build =
     lanes::buildOver<Lanes>("SSE2", levelSse2, &lanes::biQuadCascadeIn<Lanes>,
-                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes, false>,
-                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes, true>);
+                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes, lanes::NoJointCascades, false>,
+                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes, lanes::NoJointCascades, true>);
 
 } // namespace nodara::kernels
