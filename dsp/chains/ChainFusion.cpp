@@ -9,6 +9,7 @@
 #include "runtime/Driver.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 
 namespace nodara {
@@ -115,23 +116,83 @@ bool ChainFusion::tryChainFrom(size_t graph) {
         portCount(*dsp, order[position - 1]) != 1) {
         return false;
     }
-    Chain chain{dsp, position - 1, interpolator, nullptr, chainGraphs.size(), 0, steps.size(), 0,
-                switches.size(), 0, false, false};
+    Chain chain{dsp,           position - 1, interpolator, nullptr, nullptr, chainGraphs.size(),
+                0,             steps.size(), 0,            0,       switches.size(),
+                0,             false,        false};
     chainGraphs.push_back(dsp);
     chainOf[graph] = static_cast<int32>(chains.size());
-    if (follow(chain, Cursor{graph, dsp, position - 1}) && supported(chain)) {
-        chains.push_back(chain);
-        return true;
+    Cursor cursor{graph, dsp, position - 1};
+    if (follow(chain, cursor)) {
+        const Chain middle = chain;
+        extendAfter(chain, cursor);
+        if (chain.afterCount > 0 && !supported(chain)) {
+            shrinkTo(middle);
+            chain = middle;
+        }
+        if (supported(chain)) {
+            chains.push_back(chain);
+            return true;
+        }
     }
-    std::replace(chainOf.begin(), chainOf.end(), static_cast<int32>(chains.size()), -1);
-    chainGraphs.resize(chain.firstGraph);
-    steps.resize(chain.firstStep);
-    stepFilters.resize(chain.firstStep);
-    switches.resize(chain.firstSwitch);
+    shrinkTo(Chain{nullptr, 0, nullptr, nullptr, nullptr, chain.firstGraph, 0, chain.firstStep,
+                   0, 0, chain.firstSwitch, 0, false, false});
     return false;
 }
 
-bool ChainFusion::follow(Chain& chain, Cursor cursor) {
+// The entries past `kept`'s go, and their graphs belong to no chain.
+void ChainFusion::shrinkTo(const Chain& kept) {
+    const auto index = static_cast<int32>(chains.size());
+    const auto first = chainGraphs.begin() + static_cast<std::ptrdiff_t>(kept.firstGraph);
+    const auto end = first + static_cast<std::ptrdiff_t>(kept.graphCount);
+    for (size_t g = 0; g < chainOf.size(); ++g) {
+        if (chainOf[g] == index && std::find(first, end, (*driver->getGraphs())[g].get()) == end) {
+            chainOf[g] = -1;
+        }
+    }
+    chainGraphs.resize(kept.firstGraph + kept.graphCount);
+    steps.resize(kept.firstStep + kept.stepCount + kept.afterCount);
+    stepFilters.resize(steps.size());
+    switches.resize(kept.firstSwitch + kept.switchCount);
+}
+
+// The graphs after the decimator's that hold nothing but steps in a line join the chain, each
+// whole; their steps run on each sample the decimator keeps, and the last gives the output.
+void ChainFusion::extendAfter(Chain& chain, Cursor cursor) {
+    for (;;) {
+        const Chain before = chain;
+        Cursor next = cursor;
+        int32 port = 0;
+        if (!nextConsumer(next, port) || next.graph == cursor.graph) {
+            return;
+        }
+        chainGraphs.push_back(next.dsp);
+        chainOf[next.graph] = static_cast<int32>(chains.size());
+        const auto& order = next.dsp->getOrder();
+        bool whole = true;
+        for (;;) {
+            whole = port == 0 && portCount(*next.dsp, order[next.position]) == 1 &&
+                    addStep(filterAt(*next.dsp, next.position).audioFilter());
+            if (!whole || next.position + 1 == order.size()) {
+                break;
+            }
+            const size_t graph = next.graph;
+            whole = nextConsumer(next, port) && next.graph == graph;
+        }
+        const auto& outputs = next.dsp->getOutputElements();
+        if (!whole || outputs.size() != 1 || outputs[0] != order.back() ||
+            next.dsp->getOutputIndices()[0] != 0) {
+            shrinkTo(before);
+            chain = before;
+            return;
+        }
+        chain.output = &filterAt(*next.dsp, next.position);
+        chain.graphCount = chainGraphs.size() - chain.firstGraph;
+        chain.afterCount = steps.size() - chain.firstStep - chain.stepCount;
+        cursor = next;
+    }
+}
+
+bool ChainFusion::follow(Chain& chain, Cursor& cursor) {
     bool closed = false;
     while (!closed) {
         int32 port = 0;
@@ -257,6 +318,7 @@ bool ChainFusion::addElement(Chain& chain, const Cursor& at, int32 port, bool& c
                  at.position + 1 == at.dsp->getOrder().size() && outputs.size() == 1 &&
                  outputs[0] == index && at.dsp->getOutputIndices()[0] == 0;
         chain.decimator = decimator;
+        chain.output = decimator;
         return closed;
     }
     return addStep(filter);
@@ -289,6 +351,8 @@ bool ChainFusion::supported(Chain& chain) {
     fused.down.stages = down.stageCount();
     fused.steps = steps.data() + chain.firstStep;
     fused.stepCount = static_cast<int32>(chain.stepCount);
+    fused.after = fused.steps + chain.stepCount;
+    fused.afterCount = static_cast<int32>(chain.afterCount);
     return kernels::fusedChainSupported(fused);
 }
 
@@ -309,7 +373,8 @@ bool ChainFusion::dynamicConditionsHold(const Chain& chain) const {
             return false;
         }
     }
-    for (size_t s = chain.firstStep; s < chain.firstStep + chain.stepCount; ++s) {
+    for (size_t s = chain.firstStep; s < chain.firstStep + chain.stepCount + chain.afterCount;
+         ++s) {
         const Filter& filter = *stepFilters[s];
         if (steps[s].kind == ChainStepKind::Lookup
                 ? static_cast<const LookupTableFilter&>(filter).getValues()->size() < 2
@@ -351,9 +416,11 @@ void ChainFusion::runChain(Chain& chain, const std::vector<scalar*>& inputs, int
     fused.down = {down.stageCount(), down.coefficientRows(), down.stateRows(), down.rowStride()};
     fused.steps = steps.data() + chain.firstStep;
     fused.stepCount = static_cast<int32>(chain.stepCount);
+    fused.after = fused.steps + chain.stepCount;
+    fused.afterCount = static_cast<int32>(chain.afterCount);
     loadSteps(chain);
     kernels::runFusedChain(fused, interpolatorInput(chain, inputs),
-                           chain.decimator->getOutput(0), frames);
+                           chain.output->getOutput(0), frames);
     saveSteps(chain);
     for (size_t g = chain.firstGraph; g < chain.firstGraph + chain.graphCount; ++g) {
         chainGraphs[g]->publishOutputs();
@@ -377,7 +444,8 @@ const scalar* ChainFusion::interpolatorInput(const Chain& chain,
 }
 
 void ChainFusion::loadSteps(const Chain& chain) {
-    for (size_t s = chain.firstStep; s < chain.firstStep + chain.stepCount; ++s) {
+    for (size_t s = chain.firstStep; s < chain.firstStep + chain.stepCount + chain.afterCount;
+         ++s) {
         kernels::ChainStep& step = steps[s];
         Filter& filter = *stepFilters[s];
         switch (step.kind) {
@@ -404,7 +472,8 @@ void ChainFusion::loadSteps(const Chain& chain) {
 }
 
 void ChainFusion::saveSteps(const Chain& chain) {
-    for (size_t s = chain.firstStep; s < chain.firstStep + chain.stepCount; ++s) {
+    for (size_t s = chain.firstStep; s < chain.firstStep + chain.stepCount + chain.afterCount;
+         ++s) {
         const kernels::ChainStep& step = steps[s];
         if (step.kind == ChainStepKind::FirstOrder) {
             static_cast<FixedOrderIIR<1>&>(*stepFilters[s]).restoreState({step.x1}, {step.y1});

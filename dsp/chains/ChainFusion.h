@@ -16,10 +16,10 @@ class Switch;
 /// Finds, among a driver's graphs, the chains an IIR interpolator opens and an IIR decimator
 /// closes, with only steps of the kinds the fused kernel knows between them (gain, lookup
 /// table, first- and second-order IIR) and switches passing one of them on, each output read
-/// by nothing but the next (an off graph reads nothing); and runs each such chain in one loop,
-/// sample by sample (kernels::runFusedChain), with the bits of its elements run one after
-/// another. The filters before the interpolator in its graph run as usual, first; the
-/// decimator ends its graph. Only the chain's last graph's outputs are written; the others
+/// by nothing but the next (an off graph reads nothing), and after it the whole graphs of such
+/// steps that follow; and runs each such chain in one loop, sample by sample
+/// (kernels::runFusedChain), with the bits of its elements run one after another. The filters
+/// before the interpolator in its graph run as usual, first; the decimator ends its graph. Only the chain's last graph's outputs are written; the others
 /// point at their filters' buffers, which a fused block leaves as they were.
 ///
 /// A chain runs element by element in a block where a switch has moved off it, a recursion
@@ -50,8 +50,11 @@ private:
         size_t prefix;
         IirInterpolator* interpolator;
         IirDecimator* decimator;
+        /// The filter whose output 0 takes the chain's: the decimator or the last step after it.
+        Filter* output;
         size_t firstGraph, graphCount;
-        size_t firstStep, stepCount;
+        /// The steps between the cascades, then those after the decimator.
+        size_t firstStep, stepCount, afterCount;
         size_t firstSwitch, switchCount;
         bool ready;
         bool running;
@@ -65,7 +68,10 @@ private:
 
     void reserve(const Driver& driver);
     bool tryChainFrom(size_t graph);
-    bool follow(Chain& chain, Cursor cursor);
+    /// Walks from the interpolator to the decimator; leaves `cursor` at the decimator.
+    bool follow(Chain& chain, Cursor& cursor);
+    void extendAfter(Chain& chain, Cursor cursor);
+    void shrinkTo(const Chain& kept);
     bool nextConsumer(Cursor& cursor, int32& port);
     bool onlyReaderOf(size_t graph, size_t& reader, int32& input) const;
     bool addElement(Chain& chain, const Cursor& at, int32 port, bool& closed);

@@ -151,6 +151,33 @@ struct SecondOrderStep {
     }
 };
 
+/// Steps one after another on each sample, for the decimator's kept outputs: one in every
+/// `factor` iterations, so their recursions have time enough without a pipe.
+template <class... Steps>
+struct StepSeries {
+    static constexpr int32 count = 0;
+    explicit StepSeries(const ChainStep*) {}
+    static bool matches(const ChainStep*) { return true; }
+    scalar operator()(scalar x) { return x; }
+    void save(ChainStep*) const {}
+};
+
+template <class First, class... Rest>
+struct StepSeries<First, Rest...> {
+    static constexpr int32 count = 1 + StepSeries<Rest...>::count;
+    First first;
+    StepSeries<Rest...> rest;
+    explicit StepSeries(const ChainStep* steps) : first(steps[0]), rest(steps + 1) {}
+    static bool matches(const ChainStep* steps) {
+        return steps[0].kind == First::kind && StepSeries<Rest...>::matches(steps + 1);
+    }
+    scalar operator()(scalar x) { return rest(first(x)); }
+    void save(ChainStep* steps) const {
+        first.save(steps[0]);
+        rest.save(steps + 1);
+    }
+};
+
 /// Iterations between a gang's inputs and its outputs' delivery, beyond the one every step
 /// takes: the gang joins the lookups' paths, so a lookup waits on the recursions that follow
 /// another lookup; the delay spreads each such loop over enough iterations that the
@@ -260,12 +287,13 @@ struct NoJointCascades {
 /// n = t − up.lag() − 1 − count − gangDelay·lookups and gives n − down.lag(). The iterations where a pipeline fills or drains take the general path; the
 /// rest, the fast one. Everything lives in locals whose address does not escape, so that the
 /// stores to `out` cannot alias them.
-template <class Tag, class Cascades, class Pipe, int32 count>
+template <class Tag, class Cascades, class Pipe, int32 count, class After>
 void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) {
     const int32 factor = chain.factor;
     const int32 frames = factor * inFrames;
     Cascades cascades(chain);
     Pipe pipe(chain.steps);
+    After after(chain.after);
     const int32 upLag = cascades.upLag();
     const LookupGang<Tag> gang(chain.steps, count);
     scalar latch[count + 1] = {};
@@ -296,7 +324,7 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
                                         n, frames);
         const int32 m = t - lag;
         if (m >= 0 && m % factor == 0) {
-            out[m / factor] = cascades.downOutput();
+            out[m / factor] = after(cascades.downOutput());
         }
         shift.template operator()<true>(t);
         if (t < frames + upLag) {
@@ -315,7 +343,7 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
         const scalar sample = inPhase == 0 && in != nullptr ? in[next] : 0.0f;
         cascades.template advance<false>(sample, t, latch[count], t - downStart, frames);
         if (outPhase == 0) {
-            out[kept++] = cascades.downOutput();
+            out[kept++] = after(cascades.downOutput());
         }
         shift.template operator()<false>(t);
         latch[0] = cascades.upOutput();
@@ -328,13 +356,16 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
     }
     cascades.save();
     pipe.save(chain.steps);
+    after.save(chain.after);
 }
 
 /// Tries each lane pair that holds the cascades (narrower first) and each compiled series of
 /// step kinds; false when none fits.
-template <class Tag, class Series, class Narrow, class Wide, class Joint, bool execute>
+template <class Tag, class Series, class After, class Narrow, class Wide, class Joint,
+          bool execute>
 bool fuseWith(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
-    if (chain.stepCount != Series::count || !Series::Kinds::matches(chain.steps)) {
+    if (chain.stepCount != Series::count || !Series::Kinds::matches(chain.steps) ||
+        chain.afterCount != After::count || !After::matches(chain.after)) {
         return false;
     }
     const auto fits = [](int32 stages, int32 width) { return stages >= 1 && stages <= width; };
@@ -352,18 +383,18 @@ bool fuseWith(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
         constexpr int32 count = Series::count;
         if constexpr (Joint::available) {
             if (Joint::fits(chain.up.stages, chain.down.stages)) {
-                runChain<Tag, Joint, K, count>(chain, in, out, frames);
+                runChain<Tag, Joint, K, count, After>(chain, in, out, frames);
                 return true;
             }
         }
         if (narrowUp && narrowDown) {
-            runChain<Tag, SeparateCascades<Narrow, Narrow>, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Narrow, Narrow>, K, count, After>(chain, in, out, frames);
         } else if (narrowUp) {
-            runChain<Tag, SeparateCascades<Narrow, Wide>, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Narrow, Wide>, K, count, After>(chain, in, out, frames);
         } else if (narrowDown) {
-            runChain<Tag, SeparateCascades<Wide, Narrow>, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Wide, Narrow>, K, count, After>(chain, in, out, frames);
         } else {
-            runChain<Tag, SeparateCascades<Wide, Wide>, K, count>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Wide, Wide>, K, count, After>(chain, in, out, frames);
         }
     }
     return true;
@@ -378,14 +409,18 @@ struct CompiledSeries {
 };
 
 /// The series compiled in every build: a tube stage (lookup), a network (second order), a
-/// gain, a tube stage, a coupling (first order), a tube stage; and a lone tube stage.
+/// gain, a tube stage, a coupling (first order), a tube stage, followed or not by a
+/// DC blocker (first order) and a level (gain); and a lone tube stage.
 template <class Tag, class Narrow, class Wide, class Joint, bool execute>
 bool fusedChainIn(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
     using Stage = CompiledSeries<LookupStep<Tag>, SecondOrderStep<Tag>, GainStep<Tag>,
                                  LookupStep<Tag>, FirstOrderStep<Tag>, LookupStep<Tag>>;
     using Single = CompiledSeries<LookupStep<Tag>>;
-    return fuseWith<Tag, Stage, Narrow, Wide, Joint, execute>(chain, in, out, frames) ||
-           fuseWith<Tag, Single, Narrow, Wide, Joint, execute>(chain, in, out, frames);
+    using Blocked = StepSeries<FirstOrderStep<Tag>, GainStep<Tag>>;
+    using Plain = StepSeries<>;
+    return fuseWith<Tag, Stage, Blocked, Narrow, Wide, Joint, execute>(chain, in, out, frames) ||
+           fuseWith<Tag, Stage, Plain, Narrow, Wide, Joint, execute>(chain, in, out, frames) ||
+           fuseWith<Tag, Single, Plain, Narrow, Wide, Joint, execute>(chain, in, out, frames);
 }
 
 } // namespace nodara::kernels::lanes

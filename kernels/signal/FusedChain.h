@@ -33,17 +33,20 @@ struct ChainCascade {
     int32 rowStride = 0;
 };
 
-/// Interpolator → steps → decimator, all at `factor` times the rate of the ends: the
-/// interpolator's first stage takes each input sample followed by factor − 1 zeros, the
-/// decimator keeps the first of every `factor` outputs of its last stage. Run one sample at a
-/// time through every part, so that the recursions of the parts overlap, with the bits of the
-/// parts run one after another over the block.
+/// Interpolator → steps → decimator (→ steps after), the middle at `factor` times the rate of
+/// the ends: the interpolator's first stage takes each input sample followed by factor − 1
+/// zeros, the decimator keeps the first of every `factor` outputs of its last stage. Run one
+/// sample at a time through every part, so that the recursions of the parts overlap, with the
+/// bits of the parts run one after another over the block.
 struct FusedChain {
     int32 factor = 1;
     ChainCascade up;
     ChainCascade down;
     ChainStep* steps = nullptr;
     int32 stepCount = 0;
+    /// Steps at the rate of the ends, on each sample the decimator keeps.
+    ChainStep* after = nullptr;
+    int32 afterCount = 0;
 };
 
 /// Whether the build for this processor has a fused form for the chain's step kinds and
