@@ -27,8 +27,8 @@ std::string lookup(const std::string& name, const std::string& source) {
                    "VinMin='-1' VinMax='1' DeltaV='0.02' Vout='" + tableValues() + "'", source);
 }
 
-/// Up (×2) → Mid: lookup, biquad, gain (the control "Level"), lookup, first order, lookup →
-/// Down (×0.5), the output.
+/// Up (×2) → G: lookup, biquad, gain (the control "Level"), lookup, first order, lookup →
+/// Down (×0.5) → Out: first order, gain, the output.
 std::string chainSystem() {
     const std::string stages = "Factor='2' Order='2' CornerFrequency=";
     const std::string mid =
@@ -43,8 +43,14 @@ std::string chainSystem() {
                             stages + "'15000' Cascade='4' Type='Butterworth'") +
                         mid +
                         graphOf("Down", "G", "Multiplier='0.5'", "IirDecimator",
-                                stages + "'20000' Cascade='8' Type='Butterworth'"),
-                    "Down", controlOf("1.0", target("Gain", "K")));
+                                stages + "'20000' Cascade='8' Type='Butterworth'") +
+                        "<Graph Name='Out' Type='DSP'>" +
+                        element("FirstOrderIIR", "D", "A='-0.995' B='1|-1'", "Graph") +
+                        element("Gain", "V", "Gain='0.7'", "D") +
+                        "<Inputs><Input Graph='Down' Node='out'/></Inputs>"
+                        "<Output><Node Name='out' Element='V' Index='0'/></Output>"
+                        "<NumberOfInputs>1</NumberOfInputs></Graph>",
+                    "Out", controlOf("1.0", target("Gain", "K")));
 }
 
 /// Runs blocks of the given sizes; between blocks, `between(block index)`.
