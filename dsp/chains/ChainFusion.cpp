@@ -440,7 +440,8 @@ const scalar* ChainFusion::interpolatorInput(const Chain& chain,
         return static_cast<size_t>(output) < inputs.size() ? inputs[static_cast<size_t>(output)]
                                                             : nullptr;
     }
-    return chain.head->getDSPContext()->getFilters()[static_cast<size_t>(source)]->getOutput(output);
+    const auto& filters = chain.head->getDSPContext()->getFilters();
+    return filters[static_cast<size_t>(source)]->getOutput(output);
 }
 
 void ChainFusion::loadSteps(const Chain& chain) {

@@ -19,8 +19,9 @@ class Switch;
 /// by nothing but the next (an off graph reads nothing), and after it the whole graphs of such
 /// steps that follow; and runs each such chain in one loop, sample by sample
 /// (kernels::runFusedChain), with the bits of its elements run one after another. The filters
-/// before the interpolator in its graph run as usual, first; the decimator ends its graph. Only the chain's last graph's outputs are written; the others
-/// point at their filters' buffers, which a fused block leaves as they were.
+/// before the interpolator in its graph run as usual, first; the decimator ends its graph.
+/// Only the chain's last graph's outputs are written; the others point at their filters'
+/// buffers, which a fused block leaves as they were.
 ///
 /// A chain runs element by element in a block where a switch has moved off it, a recursion
 /// needs its coefficients sample by sample, a table has fewer than two entries, or the two

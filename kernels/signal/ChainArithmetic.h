@@ -79,13 +79,15 @@ public:
         const __m128i below = _mm_cmpgt_epi32(_mm_set1_epi32(1), i);
         const __m128i above = _mm_cmpgt_epi32(i, lastBelow);
         alignas(16) int32 at[width];
-        _mm_store_si128(reinterpret_cast<__m128i*>(at), _mm_andnot_si128(_mm_or_si128(below, above), i));
+        _mm_store_si128(reinterpret_cast<__m128i*>(at),
+                        _mm_andnot_si128(_mm_or_si128(below, above), i));
         const __m128 pairs01 = _mm_unpacklo_ps(pair(0, at[0]), pair(1, at[1]));
         const __m128 pairs23 = _mm_unpacklo_ps(pair(2, at[2]), pair(3, at[3]));
         const __m128 a = _mm_movelh_ps(pairs01, pairs23);
         const __m128 b = _mm_movehl_ps(pairs23, pairs01);
         const __m128 offset = _mm_sub_ps(d, _mm_mul_ps(_mm_cvtepi32_ps(i), spacing));
-        const __m128 between = _mm_add_ps(_mm_mul_ps(_mm_mul_ps(offset, _mm_sub_ps(b, a)), scale), a);
+        const __m128 between =
+            _mm_add_ps(_mm_mul_ps(_mm_mul_ps(offset, _mm_sub_ps(b, a)), scale), a);
         const __m128 inner = select(_mm_cmpeq_ps(a, b), a, between);
         return select(_mm_castsi128_ps(below), first,
                       select(_mm_castsi128_ps(above), end, inner));
@@ -284,9 +286,10 @@ struct NoJointCascades {
 
 /// Iteration t: the interpolator takes input step t; step k (0-based) works on sample
 /// t − up.lag() − 1 − k − gangDelay·(lookups before k); the decimator takes sample
-/// n = t − up.lag() − 1 − count − gangDelay·lookups and gives n − down.lag(). The iterations where a pipeline fills or drains take the general path; the
-/// rest, the fast one. Everything lives in locals whose address does not escape, so that the
-/// stores to `out` cannot alias them.
+/// n = t − up.lag() − 1 − count − gangDelay·lookups and gives n − down.lag(). The iterations
+/// where a pipeline fills or drains take the general path; the rest, the fast one. Everything
+/// lives in locals whose address does not escape, so that the stores to `out` cannot alias
+/// them.
 template <class Tag, class Cascades, class Pipe, int32 count, class After>
 void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) {
     const int32 factor = chain.factor;
@@ -388,7 +391,8 @@ bool fuseWith(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
             }
         }
         if (narrowUp && narrowDown) {
-            runChain<Tag, SeparateCascades<Narrow, Narrow>, K, count, After>(chain, in, out, frames);
+            runChain<Tag, SeparateCascades<Narrow, Narrow>, K, count, After>(chain, in, out,
+                                                                             frames);
         } else if (narrowUp) {
             runChain<Tag, SeparateCascades<Narrow, Wide>, K, count, After>(chain, in, out, frames);
         } else if (narrowDown) {

@@ -26,7 +26,9 @@ void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int3
 
 constinit const SignalKernelBuild signalAvx2Build =
     lanes::buildOver<Octet>("AVX2", levelAvx2, &biQuadCascade,
-                            &lanes::fusedChainIn<Avx2Tag, Quad, Octet, lanes::NoJointCascades, false>,
-                            &lanes::fusedChainIn<Avx2Tag, Quad, Octet, lanes::NoJointCascades, true>);
+                            &lanes::fusedChainIn<Avx2Tag, Quad, Octet,
+                                                lanes::NoJointCascades, false>,
+                            &lanes::fusedChainIn<Avx2Tag, Quad, Octet,
+                                                lanes::NoJointCascades, true>);
 
 } // namespace nodara::kernels

@@ -178,7 +178,8 @@ public:
 
 private:
     Avx512Lanes row(int32 r) const {
-        const __m512 up = _mm512_maskz_loadu_ps(upLanes, chain.up.coefficients + r * chain.up.rowStride);
+        const __m512 up =
+            _mm512_maskz_loadu_ps(upLanes, chain.up.coefficients + r * chain.up.rowStride);
         return {_mm512_mask_expandloadu_ps(up, downLanes,
                                            chain.down.coefficients + r * chain.down.rowStride)};
     }
@@ -234,8 +235,9 @@ void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int3
 } // namespace
 
 constinit const SignalKernelBuild signalAvx512Build =
-    lanes::buildOver<Avx512Lanes>("AVX512", levelAvx512, &biQuadCascade,
-                                  &lanes::fusedChainIn<Avx512Tag, Quad, Octet, JointCascades, false>,
-                                  &lanes::fusedChainIn<Avx512Tag, Quad, Octet, JointCascades, true>);
+    lanes::buildOver<Avx512Lanes>(
+        "AVX512", levelAvx512, &biQuadCascade,
+        &lanes::fusedChainIn<Avx512Tag, Quad, Octet, JointCascades, false>,
+        &lanes::fusedChainIn<Avx512Tag, Quad, Octet, JointCascades, true>);
 
 } // namespace nodara::kernels

@@ -12,7 +12,9 @@ using Lanes = QuadLanes<Sse2Tag>;
 
 constinit const SignalKernelBuild signalSse2Build =
     lanes::buildOver<Lanes>("SSE2", levelSse2, &lanes::biQuadCascadeIn<Lanes>,
-                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes, lanes::NoJointCascades, false>,
-                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes, lanes::NoJointCascades, true>);
+                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes,
+                                                lanes::NoJointCascades, false>,
+                            &lanes::fusedChainIn<Sse2Tag, Lanes, Lanes,
+                                                lanes::NoJointCascades, true>);
 
 } // namespace nodara::kernels
