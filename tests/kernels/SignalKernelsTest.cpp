@@ -259,8 +259,9 @@ TEST_P(FusedChains, EqualTheirPartsOneAfterAnother) {
                 continue;
             }
             std::vector<scalar> output(input.size()), expected(input.size());
-            for (size_t at = 0, b = 0; at < input.size(); at += size_t(blocks[b++ % 9])) {
-                const int32 n = std::min(blocks[b % 9], int32(input.size() - at));
+            const size_t sizes = blocks.size();
+            for (size_t at = 0, b = 0; at < input.size(); at += size_t(blocks[b++ % sizes])) {
+                const int32 n = std::min(blocks[b % sizes], int32(input.size() - at));
                 GetParam()->runFusedChain(chain, input.data() + at, output.data() + at, n);
                 plain.run(input.data() + at, expected.data() + at, n);
             }
