@@ -55,6 +55,31 @@ struct BiQuadLanes {
     }
 };
 
+/// The state of a biquad in every lane: x[n−1], x[n−2], y[n−1], y[n−2].
+template <class Lanes>
+struct BiQuadMemory {
+    Lanes x1, x2, y1, y2;
+
+    Lanes next(const BiQuadLanes<Lanes>& filter, Lanes x) const {
+        return filter.step(x, x1, x2, y1, y2);
+    }
+    /// Input x gave output y in every lane.
+    void take(Lanes x, Lanes y) {
+        x2 = x1;
+        x1 = x;
+        y2 = y1;
+        y1 = y;
+    }
+    /// The same in the working lanes; the others keep their state.
+    template <class Mask>
+    void takeWhere(Mask working, Lanes x, Lanes y) {
+        x2 = Lanes::select(working, x1, x2);
+        x1 = Lanes::select(working, x, x1);
+        y2 = Lanes::select(working, y1, y2);
+        y1 = Lanes::select(working, y, y1);
+    }
+};
+
 /// Lane s works on sample t − skew·s at step t, so its input is the output of lane s − 1
 /// `skew` steps before: the path through the lane shift then spans `skew` steps and only the
 /// recursion of each stage sets the pace. Steps whose lanes do not all hold a sample of the
@@ -70,8 +95,8 @@ public:
                  Lanes::load(coefficients + rowB2 * rowStride),
                  Lanes::load(coefficients + rowA1 * rowStride),
                  Lanes::load(coefficients + rowA2 * rowStride)},
-          x1(Lanes::load(state + rowX1 * rowStride)), x2(Lanes::load(state + rowX2 * rowStride)),
-          y1(Lanes::load(state + rowY1 * rowStride)), y2(Lanes::load(state + rowY2 * rowStride)) {
+          memory{Lanes::load(state + rowX1 * rowStride), Lanes::load(state + rowX2 * rowStride),
+                 Lanes::load(state + rowY1 * rowStride), Lanes::load(state + rowY2 * rowStride)} {
         for (Lanes& output : recent) {
             output = Lanes::zero();
         }
@@ -106,18 +131,11 @@ public:
     template <bool partial>
     Lanes advance(scalar sample, int32 t, int32 frames) {
         const Lanes x = recent[Lanes::skew - 1].shiftUpInserting(sample);
-        const Lanes y = filter.step(x, x1, x2, y1, y2);
+        const Lanes y = memory.next(filter, x);
         if constexpr (partial) {
-            const typename Lanes::Mask working = Lanes::working(t, frames);
-            x2 = Lanes::select(working, x1, x2);
-            x1 = Lanes::select(working, x, x1);
-            y2 = Lanes::select(working, y1, y2);
-            y1 = Lanes::select(working, y, y1);
+            memory.takeWhere(Lanes::working(t, frames), x, y);
         } else {
-            x2 = x1;
-            x1 = x;
-            y2 = y1;
-            y1 = y;
+            memory.take(x, y);
         }
         for (int32 k = Lanes::skew - 1; k > 0; --k) {
             recent[k] = recent[k - 1];
@@ -131,10 +149,10 @@ public:
 
     /// Writes the state back, every stage at the block's end.
     void save() const {
-        x1.store(state + rowX1 * rowStride);
-        x2.store(state + rowX2 * rowStride);
-        y1.store(state + rowY1 * rowStride);
-        y2.store(state + rowY2 * rowStride);
+        memory.x1.store(state + rowX1 * rowStride);
+        memory.x2.store(state + rowX2 * rowStride);
+        memory.y1.store(state + rowY1 * rowStride);
+        memory.y2.store(state + rowY2 * rowStride);
     }
 
 private:
@@ -142,7 +160,7 @@ private:
     scalar* state;
     int32 rowStride;
     BiQuadLanes<Lanes> filter;
-    Lanes x1, x2, y1, y2;
+    BiQuadMemory<Lanes> memory;
     /// Raw outputs of the last `skew` steps, the newest first.
     Lanes recent[Lanes::skew];
 };

@@ -120,8 +120,8 @@ public:
           downLanes(static_cast<__mmask16>(((1u << downStages) - 1) << upStages)),
           filter{row(rowB0), row(rowB1), row(rowB2), row(rowA1),
                  row(rowA2)},
-          x1(stateRow(rowX1)), x2(stateRow(rowX2)), y1(stateRow(rowY1)),
-          y2(stateRow(rowY2)), last(Avx512Lanes::zero()) {
+          memory{stateRow(rowX1), stateRow(rowX2), stateRow(rowY1), stateRow(rowY2)},
+          last(Avx512Lanes::zero()) {
         alignas(64) int32 skews[Avx512Lanes::width];
         for (int32 i = 0; i < Avx512Lanes::width; ++i) {
             skews[i] = skew * (i < upStages ? i : i - upStages);
@@ -147,18 +147,11 @@ public:
                                                     _mm512_set1_ps(downSample));
         const Avx512Lanes x{_mm512_mask_blend_ps(
             static_cast<__mmask16>(1u | (1u << upStages)), shifted, samples)};
-        const Avx512Lanes y = filter.step(x, x1, x2, y1, y2);
+        const Avx512Lanes y = memory.next(filter, x);
         if constexpr (partial) {
-            const __mmask16 working = workingLanes(t, n, frames);
-            x2 = Avx512Lanes::select(working, x1, x2);
-            x1 = Avx512Lanes::select(working, x, x1);
-            y2 = Avx512Lanes::select(working, y1, y2);
-            y1 = Avx512Lanes::select(working, y, y1);
+            memory.takeWhere(workingLanes(t, n, frames), x, y);
         } else {
-            x2 = x1;
-            x1 = x;
-            y2 = y1;
-            y1 = y;
+            memory.take(x, y);
         }
         for (int32 k = skew - 1; k > 0; --k) {
             recent[k] = recent[k - 1];
@@ -170,10 +163,10 @@ public:
     scalar downOutput() const { return laneOf(downIndex); }
 
     void save() const {
-        saveRow(x1, rowX1);
-        saveRow(x2, rowX2);
-        saveRow(y1, rowY1);
-        saveRow(y2, rowY2);
+        saveRow(memory.x1, rowX1);
+        saveRow(memory.x2, rowX2);
+        saveRow(memory.y1, rowY1);
+        saveRow(memory.y2, rowY2);
     }
 
 private:
@@ -211,7 +204,7 @@ private:
     __mmask16 upLanes;
     __mmask16 downLanes;
     lanes::BiQuadLanes<Avx512Lanes> filter;
-    Avx512Lanes x1, x2, y1, y2;
+    lanes::BiQuadMemory<Avx512Lanes> memory;
     Avx512Lanes last;
     Avx512Lanes recent[skew];
     __m512i laneSkews;
