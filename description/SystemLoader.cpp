@@ -2,7 +2,9 @@
 
 #include "description/DSPElementFactory.h"
 #include "description/NewParser.h"
+#include "dsp/chains/ChainFusion.h"
 
+#include <memory>
 #include <sstream>
 
 namespace nodara {
@@ -15,6 +17,7 @@ void loadSystem(Driver& driver, std::istream& document, const PluginFactoryList&
         parser.getElementFactory()->addPluginFactory(factory);
     }
     parser.parse(text.str());
+    driver.setFusion(std::make_shared<ChainFusion>());
     driver.init(parser.getLayout());
 }
 

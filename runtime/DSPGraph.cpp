@@ -301,9 +301,7 @@ void DSPGraph::settle(const std::vector<scalar*>& inputs, size_t frames) {
             gatherBlockInputs(static_cast<size_t>(f), inputs);
             filters[static_cast<size_t>(f)]->settle(blockInputs, frames);
         }
-        for (size_t i = 0; i < outputs.size(); ++i) {
-            outputs[i] = outputBufferOf(i);
-        }
+        publishOutputs();
         return;
     }
     reset();
@@ -333,13 +331,25 @@ void DSPGraph::gatherBlockInputs(size_t f, const std::vector<scalar*>& inputs) {
 
 void DSPGraph::runBlock(const std::vector<scalar*>& inputs, std::vector<scalar*>& out,
                         size_t frames) {
-    const auto& filters = context->getFilters();
-    for (int32 f : order) {
-        gatherBlockInputs(static_cast<size_t>(f), inputs);
-        filters[static_cast<size_t>(f)]->process(blockInputs, frames);
-    }
+    runFilters(inputs, 0, order.size(), frames);
     for (size_t i = 0; i < out.size(); ++i) {
         out[i] = outputBufferOf(i);
+    }
+}
+
+void DSPGraph::runFilters(const std::vector<scalar*>& inputs, size_t first, size_t end,
+                          size_t frames) {
+    const auto& filters = context->getFilters();
+    for (size_t position = first; position < end; ++position) {
+        const auto f = static_cast<size_t>(order[position]);
+        gatherBlockInputs(f, inputs);
+        filters[f]->process(blockInputs, frames);
+    }
+}
+
+void DSPGraph::publishOutputs() {
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        outputs[i] = outputBufferOf(i);
     }
 }
 

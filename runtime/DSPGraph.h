@@ -49,6 +49,17 @@ public:
     dsp_graph::ProcessingMethod getProcessingMethod() const { return processingMethod; }
     /// The filter processing order, filter indices.
     const std::vector<int32>& getOrder() const { return order; }
+    /// The wiring as set: per filter, its source filters and their outputs.
+    const std::vector<Wires>& getInputElements() const { return inputElements; }
+    const std::vector<Wires>& getInputOutputs() const { return inputOutputs; }
+    /// Per graph output: its filter and that filter's output index.
+    const std::vector<int32>& getOutputElements() const { return outputElements; }
+    const std::vector<int32>& getOutputIndices() const { return outputIndices; }
+    /// Block method: the filters at positions [first, end) of the order, each over the block
+    /// as `process` runs them, for a caller that runs the rest of the graph itself.
+    void runFilters(const std::vector<scalar*>& inputs, size_t first, size_t end, size_t frames);
+    /// Block method: points the graph's outputs at the buffers of the filters that give them.
+    void publishOutputs();
 
 private:
     void readIterationSettings(const Properties& properties);

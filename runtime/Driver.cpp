@@ -61,6 +61,9 @@ void Driver::init(const SystemLayout& layout) {
     }
     controls = layout.controls;
     bindProperties();
+    if (fusion) {
+        fusion->plan(*this);
+    }
     initialized = true;
 }
 
@@ -402,6 +405,9 @@ void Driver::applyRateChange() {
     if (maxBlockSize > 0) {
         applyBlockSizes();
     }
+    if (fusion) {
+        fusion->plan(*this);
+    }
 }
 
 scalar* Driver::sourceOf(int32 graph, int32 node, const std::vector<scalar*>& inputs) const {
@@ -426,11 +432,16 @@ void Driver::gatherGraphInputs(size_t graph, const std::vector<scalar*>& inputs)
 }
 
 void Driver::runGraphs(const std::vector<scalar*>& inputs, int32 framesPerBuffer) {
+    if (fusion) {
+        fusion->prepareBlock();
+    }
     for (int32 g : order) {
         const auto index = static_cast<size_t>(g);
         gatherGraphInputs(index, inputs);
-        (*graphs)[index]->process(graphInputs,
-                                  static_cast<size_t>(blockSizeFor(index, framesPerBuffer)));
+        const int32 frames = blockSizeFor(index, framesPerBuffer);
+        if (!fusion || !fusion->run(index, graphInputs, frames)) {
+            (*graphs)[index]->process(graphInputs, static_cast<size_t>(frames));
+        }
     }
 }
 

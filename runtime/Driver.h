@@ -2,6 +2,7 @@
 
 #include "runtime/Control.h"
 #include "runtime/Graph.h"
+#include "runtime/GraphFusion.h"
 #include "runtime/Property.h"
 #include "runtime/SystemLayout.h"
 #include "runtime/Types.h"
@@ -10,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace nodara {
@@ -72,6 +74,13 @@ public:
     size_t getNumberOfOutputs() const { return outputs->size(); }
     /// The processing order, as graph indices.
     const std::vector<int32>& getOrder() const { return order; }
+    /// Per graph and input: the source graph (-1 for the system inputs) and its output node.
+    const IndexLists& getInputGraphs() const { return inputGraphs; }
+    const IndexLists& getInputNodes() const { return inputNodes; }
+    /// Per system output: the source graph (-1 for a system input) and its node.
+    const IndexList& getOutputGraphs() const { return outputGraphs; }
+    /// Runs chains of graphs sample by sample (GraphFusion.h); before `init`. Null: none.
+    void setFusion(std::shared_ptr<GraphFusion> value) { fusion = std::move(value); }
     /// The input multiplier of each graph: its rate relative to the system rate.
     const std::vector<double>& getMultipliers() const { return multipliers; }
     /// Frames a graph handles for `frames` at the system rate.
@@ -119,6 +128,7 @@ private:
     std::shared_ptr<std::vector<std::shared_ptr<Property>>> properties;
     ControlList controls;
     std::vector<int32> order;
+    std::shared_ptr<GraphFusion> fusion;
     scalar sampleRate = 44100.0f;
     int32 maxBlockSize = -1;
     bool initialized = false;

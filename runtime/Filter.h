@@ -67,6 +67,11 @@ public:
     static constexpr double settleSeconds = 0.02;
     virtual void setPropertiesHandler(const std::shared_ptr<PropertiesHandler>& handler);
 
+    /// The filter that does this one's audio work: itself, unless it forwards to another.
+    virtual Filter& audioFilter() { return *this; }
+    const std::shared_ptr<PropertiesHandler>& getPropertiesHandler() const {
+        return propertiesHandler;
+    }
     /// Null once the context is gone, or for a filter never placed in one.
     std::shared_ptr<DSPContext> getContext() const { return context.lock(); }
     int32 getMaxBlockSize() const { return maxBlockSize; }

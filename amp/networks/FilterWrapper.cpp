@@ -68,6 +68,8 @@ void FilterWrapper::setSampleRate(scalar sampleRate) {
     }
 }
 
+Filter& FilterWrapper::audioFilter() { return filter ? filter->audioFilter() : *this; }
+
 scalar FilterWrapper::process(scalar in) { return inner().process(in); }
 
 void FilterWrapper::process(const std::vector<scalar*>& in, size_t framesPerBuffer) {

@@ -26,6 +26,8 @@ public:
     void init(const std::string& name, std::shared_ptr<DSPContext>& context) override;
     void init(const std::string& name, const Properties& properties,
               std::shared_ptr<DSPContext>& context) override;
+    /// The inner filter's; itself while it has none.
+    Filter& audioFilter() override;
     scalar process(scalar in) override;
     void process(const std::vector<scalar*>& in, size_t framesPerBuffer) override;
     void process(const std::vector<scalar*>& in, std::vector<scalar*>& out,

@@ -46,6 +46,16 @@ public:
     scalar getLastOutput() const { return y[0]; }
     const std::array<scalar, N>& getA() const { return a; }
     const std::array<scalar, N + 1>& getB() const { return b; }
+    /// x[n−1] .. x[n−N] and y[n−1] .. y[n−N].
+    const std::array<scalar, N>& getInputState() const { return x; }
+    const std::array<scalar, N>& getOutputState() const { return y; }
+    /// The state after a block run elsewhere on this filter's coefficients; cleared, as at the
+    /// end of `process`, when not finite.
+    void restoreState(const std::array<scalar, N>& inputs, const std::array<scalar, N>& outputs) {
+        x = inputs;
+        y = outputs;
+        clearIfNotFinite();
+    }
 
 protected:
     FixedOrderIIR(const char* className, const char* outputIndexClassName)

@@ -22,6 +22,12 @@ bool CascadeLanes::suits(const std::vector<std::shared_ptr<Filter>>& stages) {
 }
 
 void CascadeLanes::run(const scalar* in, scalar* out, size_t frames) {
+    loadCoefficients();
+    kernels::biQuadCascade(static_cast<int32>(biquads.size()), coefficients.data(), state.data(),
+                           stride, in, out, static_cast<int32>(frames));
+}
+
+void CascadeLanes::loadCoefficients() {
     for (size_t s = 0; s < biquads.size(); ++s) {
         const auto& b = biquads[s]->getB();
         const auto& a = biquads[s]->getA();
@@ -34,8 +40,6 @@ void CascadeLanes::run(const scalar* in, scalar* out, size_t frames) {
         column(kernels::rowA1) = a[0];
         column(kernels::rowA2) = a[1];
     }
-    kernels::biQuadCascade(static_cast<int32>(biquads.size()), coefficients.data(), state.data(),
-                           stride, in, out, static_cast<int32>(frames));
 }
 
 void CascadeLanes::reset() { std::fill(state.begin(), state.end(), 0.0f); }

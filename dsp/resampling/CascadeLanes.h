@@ -22,6 +22,13 @@ public:
 
     /// The cascade over `frames` frames; `out` may be `in`. Allocates nothing.
     void run(const scalar* in, scalar* out, size_t frames);
+    /// Copies the stages' coefficients in force into the lane layout, as `run` does first.
+    void loadCoefficients();
+    int32 stageCount() const { return static_cast<int32>(biquads.size()); }
+    int32 rowStride() const { return stride; }
+    const scalar* coefficientRows() const { return coefficients.data(); }
+    /// The state rows (BiQuadLayout.h), for a caller that runs the cascade itself.
+    scalar* stateRows() { return state.data(); }
     /// Silence in every stage.
     void reset();
 

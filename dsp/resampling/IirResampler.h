@@ -50,6 +50,8 @@ public:
 
     int32 getFactor() const { return factor; }
     const std::vector<std::shared_ptr<Filter>>& getStages() const { return stages; }
+    /// The stages in lanes; null when they are not all biquads.
+    CascadeLanes* getLanes() { return lanes.get(); }
 
 protected:
     IirResampler(const char* className, const char* stagePrefix);

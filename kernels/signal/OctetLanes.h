@@ -30,6 +30,10 @@ struct OctetLanes {
         _mm256_store_ps(lanes, v);
         return lanes[index];
     }
+    scalar top() const {
+        const __m128 high = _mm256_extractf128_ps(v, 1);
+        return _mm_cvtss_f32(_mm_shuffle_ps(high, high, 0xff));
+    }
 
     friend OctetLanes operator+(OctetLanes x, OctetLanes y) { return {_mm256_add_ps(x.v, y.v)}; }
     friend OctetLanes operator-(OctetLanes x, OctetLanes y) { return {_mm256_sub_ps(x.v, y.v)}; }

@@ -31,6 +31,7 @@ struct QuadLanes {
         _mm_store_ps(lanes, v);
         return lanes[index];
     }
+    scalar top() const { return _mm_cvtss_f32(_mm_shuffle_ps(v, v, 0xff)); }
 
     friend QuadLanes operator+(QuadLanes x, QuadLanes y) { return {_mm_add_ps(x.v, y.v)}; }
     friend QuadLanes operator-(QuadLanes x, QuadLanes y) { return {_mm_sub_ps(x.v, y.v)}; }

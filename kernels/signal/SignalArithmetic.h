@@ -55,6 +55,31 @@ struct BiQuadLanes {
     }
 };
 
+/// The state of a biquad in every lane: x[n−1], x[n−2], y[n−1], y[n−2].
+template <class Lanes>
+struct BiQuadMemory {
+    Lanes x1, x2, y1, y2;
+
+    Lanes next(const BiQuadLanes<Lanes>& filter, Lanes x) const {
+        return filter.step(x, x1, x2, y1, y2);
+    }
+    /// Input x gave output y in every lane.
+    void take(Lanes x, Lanes y) {
+        x2 = x1;
+        x1 = x;
+        y2 = y1;
+        y1 = y;
+    }
+    /// The same in the working lanes; the others keep their state.
+    template <class Mask>
+    void takeWhere(Mask working, Lanes x, Lanes y) {
+        x2 = Lanes::select(working, x1, x2);
+        x1 = Lanes::select(working, x, x1);
+        y2 = Lanes::select(working, y1, y2);
+        y1 = Lanes::select(working, y, y1);
+    }
+};
+
 /// Lane s works on sample t − skew·s at step t, so its input is the output of lane s − 1
 /// `skew` steps before: the path through the lane shift then spans `skew` steps and only the
 /// recursion of each stage sets the pace. Steps whose lanes do not all hold a sample of the
@@ -70,64 +95,72 @@ public:
                  Lanes::load(coefficients + rowB2 * rowStride),
                  Lanes::load(coefficients + rowA1 * rowStride),
                  Lanes::load(coefficients + rowA2 * rowStride)},
-          x1(Lanes::load(state + rowX1 * rowStride)), x2(Lanes::load(state + rowX2 * rowStride)),
-          y1(Lanes::load(state + rowY1 * rowStride)), y2(Lanes::load(state + rowY2 * rowStride)) {
+          memory{Lanes::load(state + rowX1 * rowStride), Lanes::load(state + rowX2 * rowStride),
+                 Lanes::load(state + rowY1 * rowStride), Lanes::load(state + rowY2 * rowStride)} {
         for (Lanes& output : recent) {
             output = Lanes::zero();
         }
     }
 
     void run(const scalar* in, scalar* out, int32 frames) {
-        const int32 fill = Lanes::skew * (stages - 1);
+        const int32 fill = lag();
         const int32 total = frames + fill;
         int32 t = 0;
         for (; t < fill && t < total; ++t) {
-            step<true>(in, out, frames, t, fill);
+            advance<true>(t < frames ? in[t] : 0.0f, t, frames);
         }
         for (; t < frames; ++t) {
-            step<false>(in, out, frames, t, fill);
+            out[t - fill] = last(advance<false>(in[t], t, frames));
         }
         for (; t < total; ++t) {
-            step<true>(in, out, frames, t, fill);
+            const Lanes y = advance<true>(0.0f, t, frames);
+            if (t - fill < frames) {
+                out[t - fill] = last(y);
+            }
         }
-        x1.store(state + rowX1 * rowStride);
-        x2.store(state + rowX2 * rowStride);
-        y1.store(state + rowY1 * rowStride);
-        y2.store(state + rowY2 * rowStride);
+        save();
     }
 
-private:
+    /// Steps from a sample entering the first stage to its output leaving the last.
+    int32 lag() const { return Lanes::skew * (stages - 1); }
+
+    /// Step t of a block of `frames`: `sample` (0 from t = frames on) enters the first stage;
+    /// returns every stage's output, the last stage's (`last`) for sample t − lag(). `partial`
+    /// for the steps that fill and drain the pipeline (t < lag() or t ≥ frames); any step may
+    /// take it.
     template <bool partial>
-    void step(const scalar* in, scalar* out, int32 frames, int32 t, int32 fill) {
-        const scalar sample = partial && t >= frames ? 0.0f : in[t];
+    Lanes advance(scalar sample, int32 t, int32 frames) {
         const Lanes x = recent[Lanes::skew - 1].shiftUpInserting(sample);
-        const Lanes y = filter.step(x, x1, x2, y1, y2);
+        const Lanes y = memory.next(filter, x);
         if constexpr (partial) {
-            const typename Lanes::Mask working = Lanes::working(t, frames);
-            x2 = Lanes::select(working, x1, x2);
-            x1 = Lanes::select(working, x, x1);
-            y2 = Lanes::select(working, y1, y2);
-            y1 = Lanes::select(working, y, y1);
+            memory.takeWhere(Lanes::working(t, frames), x, y);
         } else {
-            x2 = x1;
-            x1 = x;
-            y2 = y1;
-            y1 = y;
+            memory.take(x, y);
         }
         for (int32 k = Lanes::skew - 1; k > 0; --k) {
             recent[k] = recent[k - 1];
         }
         recent[0] = y;
-        if (!partial || (t >= fill && t - fill < frames)) {
-            out[t - fill] = y.lane(stages - 1);
-        }
+        return y;
     }
 
+    /// The last stage's lane; a full gang's from a register.
+    scalar last(Lanes y) const { return stages == Lanes::width ? y.top() : y.lane(stages - 1); }
+
+    /// Writes the state back, every stage at the block's end.
+    void save() const {
+        memory.x1.store(state + rowX1 * rowStride);
+        memory.x2.store(state + rowX2 * rowStride);
+        memory.y1.store(state + rowY1 * rowStride);
+        memory.y2.store(state + rowY2 * rowStride);
+    }
+
+private:
     int32 stages;
     scalar* state;
     int32 rowStride;
     BiQuadLanes<Lanes> filter;
-    Lanes x1, x2, y1, y2;
+    BiQuadMemory<Lanes> memory;
     /// Raw outputs of the last `skew` steps, the newest first.
     Lanes recent[Lanes::skew];
 };
@@ -206,11 +239,15 @@ void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, 
 }
 
 /// Every signal kernel instantiated under a build's name: Lanes for the spectra and the
-/// lookups, and the cascade as the build chooses its lanes by the number of stages.
+/// lookups, the cascade as the build chooses its lanes by the number of stages, and the fused
+/// chains (ChainArithmetic.h) as the build instantiates them.
 template <class Lanes>
 constexpr SignalKernelBuild buildOver(const char* name, int32 minimumLevel,
-                                      decltype(SignalKernelBuild::biQuadCascade) cascade) {
-    return {name, minimumLevel, &sumOfSpectrumProducts<Lanes>, cascade, &tableLookup<Lanes>};
+                                      decltype(SignalKernelBuild::biQuadCascade) cascade,
+                                      decltype(SignalKernelBuild::runFusedChain) chainSupported,
+                                      decltype(SignalKernelBuild::runFusedChain) chain) {
+    return {name,     minimumLevel,       &sumOfSpectrumProducts<Lanes>, cascade,
+            &tableLookup<Lanes>, chainSupported, chain};
 }
 
 } // namespace nodara::kernels::lanes

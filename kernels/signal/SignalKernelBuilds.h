@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/signal/FusedChain.h"
 #include "runtime/Types.h"
 
 #include <vector>
@@ -18,6 +19,9 @@ struct SignalKernelBuild {
                           int32 rowStride, const scalar* in, scalar* out, int32 frames);
     void (*tableLookup)(const scalar* table, int32 last, scalar vinMin, scalar deltaV,
                         scalar inverse, const scalar* in, scalar* out, int32 frames);
+    /// Null where the build has no fused chains.
+    bool (*fusedChainSupported)(FusedChain& chain, const scalar* in, scalar* out, int32 frames);
+    bool (*runFusedChain)(FusedChain& chain, const scalar* in, scalar* out, int32 frames);
 };
 
 /// Plain loops: the reference every vector form must equal bit for bit.

@@ -47,4 +47,13 @@ void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, 
     selectedBuild().tableLookup(table, last, vinMin, deltaV, inverse, in, out, frames);
 }
 
+bool fusedChainSupported(FusedChain& chain) {
+    const auto supported = selectedBuild().fusedChainSupported;
+    return supported != nullptr && supported(chain, nullptr, nullptr, 0);
+}
+
+void runFusedChain(FusedChain& chain, const scalar* in, scalar* out, int32 frames) {
+    selectedBuild().runFusedChain(chain, in, out, frames);
+}
+
 } // namespace nodara::kernels

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernels/signal/BiQuadLayout.h"
+#include "kernels/signal/FusedChain.h"
 #include "runtime/Types.h"
 
 // Block kernels of the signal path, each run by the build for the instruction set detected at

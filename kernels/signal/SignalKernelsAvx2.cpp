@@ -1,4 +1,5 @@
 #include "kernels/InstructionSet.h"
+#include "kernels/signal/ChainArithmetic.h"
 #include "kernels/signal/OctetLanes.h"
 #include "kernels/signal/QuadLanes.h"
 #include "kernels/signal/SignalArithmetic.h"
@@ -24,6 +25,10 @@ void biQuadCascade(int32 stages, const scalar* coefficients, scalar* state, int3
 } // namespace
 
 constinit const SignalKernelBuild signalAvx2Build =
-    lanes::buildOver<Octet>("AVX2", levelAvx2, &biQuadCascade);
+    lanes::buildOver<Octet>("AVX2", levelAvx2, &biQuadCascade,
+                            &lanes::fusedChainIn<Avx2Tag, Quad, Octet,
+                                                lanes::NoJointCascades, false>,
+                            &lanes::fusedChainIn<Avx2Tag, Quad, Octet,
+                                                lanes::NoJointCascades, true>);
 
 } // namespace nodara::kernels

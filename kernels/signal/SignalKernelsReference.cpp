@@ -64,6 +64,6 @@ void tableLookup(const scalar* table, int32 last, scalar vinMin, scalar deltaV, 
 } // namespace
 
 constinit const SignalKernelBuild signalReferenceBuild = {
-    "Reference", levelSse2, &sumOfSpectrumProducts, &biQuadCascade, &tableLookup};
+    "Reference", levelSse2, &sumOfSpectrumProducts, &biQuadCascade, &tableLookup, nullptr, nullptr};
 
 } // namespace nodara::kernels

@@ -2,7 +2,9 @@
 #include "kernels/signal/SignalKernelBuilds.h"
 #include "kernels/signal/SignalKernels.h"
 
+#include <algorithm>
 #include <limits>
+#include <string>
 
 namespace nodara::kernels {
 namespace {
@@ -129,6 +131,151 @@ TEST_P(SignalKernels, LookupEqualsThePlainLoop) {
             output.resize(size_t(frames));
             expected.resize(size_t(frames));
             EXPECT_EQ(bitsOf(output), bitsOf(expected)) << entries << " entries, " << frames << " frames";
+        }
+    }
+}
+
+} // namespace
+} // namespace nodara::kernels
+
+namespace nodara::kernels {
+namespace {
+
+/// The fused chain's parts one after another over a block, with the plain cascades and
+/// lookups of the reference build and the steps' formulas.
+struct PlainChain {
+    int32 factor;
+    std::vector<scalar> upRows, downRows, upState, downState;
+    int32 upStages, downStages, stride;
+    std::vector<ChainStep> steps, after;
+
+    static void step(ChainStep& s, scalar* values, int32 frames) {
+        const scalar* c = s.coefficients;
+        for (int32 n = 0; n < frames; ++n) {
+            const scalar x = values[n];
+            if (s.kind == ChainStepKind::Gain) {
+                values[n] = x * c[0];
+            } else if (s.kind == ChainStepKind::Lookup) {
+                signalReferenceBuild.tableLookup(s.table, s.last, s.vinMin, s.deltaV, s.inverse,
+                                                 values + n, values + n, 1);
+            } else if (s.kind == ChainStepKind::FirstOrder) {
+                values[n] = (c[0] * x + c[1] * s.x1) - c[2] * s.y1;
+                s.x1 = x;
+                s.y1 = values[n];
+            } else {
+                values[n] = (((c[0] * x + c[1] * s.x1) + c[2] * s.x2) - c[3] * s.y1) - c[4] * s.y2;
+                s.x2 = s.x1;
+                s.x1 = x;
+                s.y2 = s.y1;
+                s.y1 = values[n];
+            }
+        }
+    }
+
+    void run(const scalar* in, scalar* out, int32 frames) {
+        std::vector<scalar> raised(size_t(factor * frames), 0.0f);
+        for (int32 n = 0; n < frames; ++n) {
+            raised[size_t(factor * n)] = in[n];
+        }
+        const int32 inner = factor * frames;
+        signalReferenceBuild.biQuadCascade(upStages, upRows.data(), upState.data(), stride,
+                                           raised.data(), raised.data(), inner);
+        for (ChainStep& s : steps) {
+            step(s, raised.data(), inner);
+        }
+        signalReferenceBuild.biQuadCascade(downStages, downRows.data(), downState.data(), stride,
+                                           raised.data(), raised.data(), inner);
+        for (int32 n = 0; n < frames; ++n) {
+            out[n] = raised[size_t(factor * n)];
+        }
+        for (ChainStep& s : after) {
+            step(s, out, frames);
+        }
+    }
+};
+
+ChainStep stepOf(ChainStepKind kind, std::vector<scalar> coefficients,
+                 const std::vector<scalar>* table = nullptr) {
+    ChainStep step;
+    step.kind = kind;
+    std::copy(coefficients.begin(), coefficients.end(), step.coefficients);
+    if (table != nullptr) {
+        step.table = table->data();
+        step.last = static_cast<int32>(table->size()) - 1;
+        step.vinMin = -1.0f;
+        step.deltaV = 2.0f / static_cast<scalar>(step.last);
+        step.inverse = 1.0f / step.deltaV;
+    }
+    return step;
+}
+
+class FusedChains : public ::testing::TestWithParam<const SignalKernelBuild*> {};
+
+INSTANTIATE_TEST_SUITE_P(Builds, FusedChains,
+                         ::testing::Values(&signalSse2Build, &signalAvx2Build, &signalAvx512Build),
+                         [](const auto& info) { return std::string(info.param->name); });
+
+// Each build that fuses the chain (the cascades in one register or two) against its parts run
+// one after another: factors 2 and 4, with and without steps after the decimator, blocks
+// shorter and longer than the pipelines, a loud input that drives the tables past their ends;
+// the outputs and every state carried over.
+TEST_P(FusedChains, EqualTheirPartsOneAfterAnother) {
+    if (GetParam()->minimumLevel > instructionSetLevel()) {
+        GTEST_SKIP() << GetParam()->name << " is beyond this processor";
+    }
+    std::vector<scalar> table = noise(101, 7);
+    for (size_t i = 40; i < 50; ++i) {
+        table[i + 1] = table[i];
+    }
+    std::vector<scalar> input = noise(3000, 8);
+    for (size_t n = 1500; n < 2000; ++n) {
+        input[n] *= 8.0f;
+    }
+    const std::vector<int32> blocks = {1, 7, 64, 300, 2, 1000, 5, 256, 3};
+    for (int32 factor : {2, 4}) {
+        for (bool withAfter : {false, true}) {
+            PlainChain plain{factor, {}, {}, {}, {}, 4, 8, biQuadRowStride(8), {}, {}};
+            plain.upRows = cascadeCoefficients(4, plain.stride);
+            plain.downRows = cascadeCoefficients(8, plain.stride);
+            plain.upState.assign(size_t(biQuadStateRows * plain.stride), 0.0f);
+            plain.downState = plain.upState;
+            plain.steps = {stepOf(ChainStepKind::Lookup, {}, &table),
+                           stepOf(ChainStepKind::SecondOrder, {0.3f, 0.2f, 0.1f, -1.6f, 0.68f}),
+                           stepOf(ChainStepKind::Gain, {1.5f}),
+                           stepOf(ChainStepKind::Lookup, {}, &table),
+                           stepOf(ChainStepKind::FirstOrder, {0.5f, -0.45f, -0.9f}),
+                           stepOf(ChainStepKind::Lookup, {}, &table)};
+            if (withAfter) {
+                plain.after = {stepOf(ChainStepKind::FirstOrder, {1.0f, -1.0f, -0.995f}),
+                               stepOf(ChainStepKind::Gain, {0.7f})};
+            }
+            PlainChain fused = plain;
+            FusedChain chain{factor,
+                             {4, fused.upRows.data(), fused.upState.data(), fused.stride},
+                             {8, fused.downRows.data(), fused.downState.data(), fused.stride},
+                             fused.steps.data(), int32(fused.steps.size()),
+                             fused.after.data(), int32(fused.after.size())};
+            if (!GetParam()->fusedChainSupported(chain, nullptr, nullptr, 0)) {
+                continue;
+            }
+            std::vector<scalar> output(input.size()), expected(input.size());
+            const size_t sizes = blocks.size();
+            for (size_t at = 0, b = 0; at < input.size(); at += size_t(blocks[b++ % sizes])) {
+                const int32 n = std::min(blocks[b % sizes], int32(input.size() - at));
+                GetParam()->runFusedChain(chain, input.data() + at, output.data() + at, n);
+                plain.run(input.data() + at, expected.data() + at, n);
+            }
+            const std::string name = std::to_string(factor) + (withAfter ? "x, after" : "x");
+            EXPECT_EQ(bitsOf(output), bitsOf(expected)) << name;
+            EXPECT_EQ(bitsOf(fused.upState), bitsOf(plain.upState)) << name;
+            EXPECT_EQ(bitsOf(fused.downState), bitsOf(plain.downState)) << name;
+            for (size_t s = 0; s < plain.steps.size(); ++s) {
+                EXPECT_EQ(bitsOf({fused.steps[s].x1, fused.steps[s].x2, fused.steps[s].y1,
+                                  fused.steps[s].y2}),
+                          bitsOf({plain.steps[s].x1, plain.steps[s].x2, plain.steps[s].y1,
+                                  plain.steps[s].y2}))
+                    << name << ", step " << s;
+            }
         }
     }
 }
