@@ -334,25 +334,36 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
             latch[0] = cascades.upOutput();
         }
     };
+    // The fast path runs whole input samples, `factor` steps each, from one that starts an
+    // input sample; the general path takes the steps before and after.
     int32 t = 0;
-    for (; t < total && t < lag; ++t) {
+    for (; t < total && (t < lag || t % factor != 0); ++t) {
         general(t);
     }
-    int32 inPhase = t % factor;
-    int32 next = t / factor;
-    int32 outPhase = 0;
-    int32 kept = 0;
-    for (; t < frames; ++t) {
-        const scalar sample = inPhase == 0 && in != nullptr ? in[next] : 0.0f;
-        cascades.template advance<false>(sample, t, latch[count], t - downStart, frames);
-        if (outPhase == 0) {
-            out[kept++] = after(cascades.downOutput());
+    const int32 outStep = lag % factor;
+    int32 kept = (t - lag + factor - 1) / factor;
+    const auto fast = [&]<int32 Factor>() {
+        const int32 steps = Factor > 0 ? Factor : factor;
+        for (; t < frames; t += steps) {
+            const scalar sample = in != nullptr ? in[t / steps] : 0.0f;
+#pragma GCC unroll 8
+            for (int32 j = 0; j < steps; ++j) {
+                cascades.template advance<false>(j == 0 ? sample : 0.0f, t + j, latch[count],
+                                                 t + j - downStart, frames);
+                if (j == outStep) {
+                    out[kept++] = after(cascades.downOutput());
+                }
+                shift.template operator()<false>(t + j);
+                latch[0] = cascades.upOutput();
+            }
         }
-        shift.template operator()<false>(t);
-        latch[0] = cascades.upOutput();
-        next += inPhase == factor - 1 ? 1 : 0;
-        inPhase = inPhase == factor - 1 ? 0 : inPhase + 1;
-        outPhase = outPhase == factor - 1 ? 0 : outPhase + 1;
+    };
+    // The default factor compiled as a constant, so that its steps unroll without their
+    // phase bookkeeping.
+    if (factor == 4) {
+        fast.template operator()<4>();
+    } else {
+        fast.template operator()<0>();
     }
     for (; t < total; ++t) {
         general(t);
