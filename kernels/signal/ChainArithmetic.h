@@ -284,14 +284,25 @@ struct NoJointCascades {
     static bool fits(int32, int32) { return false; }
 };
 
+/// f(0), f(1), …, f(Count − 1), written out.
+template <int32 Count, int32 J = 0, class F>
+void unrolled(const F& f) {
+    if constexpr (J < Count) {
+        f(J);
+        unrolled<Count, J + 1>(f);
+    }
+}
+
 /// Iteration t: the interpolator takes input step t; step k (0-based) works on sample
 /// t − up.lag() − 1 − k − gangDelay·(lookups before k); the decimator takes sample
 /// n = t − up.lag() − 1 − count − gangDelay·lookups and gives n − down.lag(). The iterations
 /// where a pipeline fills or drains take the general path; the rest, the fast one. Everything
 /// lives in locals whose address does not escape, so that the stores to `out` cannot alias
 /// them.
+/// Flattened: the whole loop must be one body for its state to stay in registers, beyond what
+/// the compiler's inlining limits would allow for the unrolled steps.
 template <class Tag, class Cascades, class Pipe, int32 count, class After>
-void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) {
+[[gnu::flatten]] void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) {
     const int32 factor = chain.factor;
     const int32 frames = factor * inFrames;
     Cascades cascades(chain);
@@ -342,19 +353,25 @@ void runChain(FusedChain& chain, const scalar* in, scalar* out, int32 inFrames) 
     }
     const int32 outStep = lag % factor;
     int32 kept = (t - lag + factor - 1) / factor;
+    const auto step = [&](int32 at, int32 j, scalar sample) {
+        cascades.template advance<false>(sample, at, latch[count], at - downStart, frames);
+        if (j == outStep) {
+            out[kept++] = after(cascades.downOutput());
+        }
+        shift.template operator()<false>(at);
+        latch[0] = cascades.upOutput();
+    };
     const auto fast = [&]<int32 Factor>() {
         const int32 steps = Factor > 0 ? Factor : factor;
         for (; t < frames; t += steps) {
             const scalar sample = in != nullptr ? in[t / steps] : 0.0f;
-#pragma GCC unroll 8
-            for (int32 j = 0; j < steps; ++j) {
-                cascades.template advance<false>(j == 0 ? sample : 0.0f, t + j, latch[count],
-                                                 t + j - downStart, frames);
-                if (j == outStep) {
-                    out[kept++] = after(cascades.downOutput());
+            if constexpr (Factor > 0) {
+                unrolled<Factor>([&](int32 j) { step(t + j, j, j == 0 ? sample : 0.0f); });
+            } else {
+                step(t, 0, sample);
+                for (int32 j = 1; j < steps; ++j) {
+                    step(t + j, j, 0.0f);
                 }
-                shift.template operator()<false>(t + j);
-                latch[0] = cascades.upOutput();
             }
         }
     };
