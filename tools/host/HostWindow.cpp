@@ -27,6 +27,10 @@ std::uint32_t channel(unsigned long pixel, unsigned long mask) {
     return static_cast<std::uint32_t>(((pixel & mask) >> shift) * 255 / top);
 }
 
+/// A member holding `symbol` of `library`, typed as the header declares it.
+#define TORVANE_BOUND(member, library, symbol) \
+    decltype(&symbol) member = bind<decltype(&symbol)>(library, #symbol)
+
 /// The Xlib and cairo calls of the window, bound when the first window opens: the tool's other
 /// commands (a document run, say) then load neither library, nor the twenty-odd that those
 /// two bring, which would cost every run some milliseconds at start. Loaded once, never
@@ -34,40 +38,29 @@ std::uint32_t channel(unsigned long pixel, unsigned long mask) {
 struct WindowCalls {
     void* x11 = open("libX11.so.6");
     void* cairo = open("libcairo.so.2");
-    decltype(&XOpenDisplay) openDisplay = bind<decltype(&XOpenDisplay)>(x11, "XOpenDisplay");
-    decltype(&XCreateSimpleWindow) createSimpleWindow =
-        bind<decltype(&XCreateSimpleWindow)>(x11, "XCreateSimpleWindow");
-    decltype(&XStoreName) storeName = bind<decltype(&XStoreName)>(x11, "XStoreName");
-    decltype(&XSetWMNormalHints) setWMNormalHints =
-        bind<decltype(&XSetWMNormalHints)>(x11, "XSetWMNormalHints");
-    decltype(&XInternAtom) internAtom = bind<decltype(&XInternAtom)>(x11, "XInternAtom");
-    decltype(&XSetWMProtocols) setWMProtocols =
-        bind<decltype(&XSetWMProtocols)>(x11, "XSetWMProtocols");
-    decltype(&XSelectInput) selectInput = bind<decltype(&XSelectInput)>(x11, "XSelectInput");
-    decltype(&XMapWindow) mapWindow = bind<decltype(&XMapWindow)>(x11, "XMapWindow");
-    decltype(&XFlush) flush = bind<decltype(&XFlush)>(x11, "XFlush");
-    decltype(&XDestroyWindow) destroyWindow = bind<decltype(&XDestroyWindow)>(x11, "XDestroyWindow");
-    decltype(&XCloseDisplay) closeDisplay = bind<decltype(&XCloseDisplay)>(x11, "XCloseDisplay");
-    decltype(&XPending) pending = bind<decltype(&XPending)>(x11, "XPending");
-    decltype(&XNextEvent) nextEvent = bind<decltype(&XNextEvent)>(x11, "XNextEvent");
-    decltype(&XSync) sync = bind<decltype(&XSync)>(x11, "XSync");
-    decltype(&XGetImage) getImage = bind<decltype(&XGetImage)>(x11, "XGetImage");
-    decltype(&cairo_image_surface_create) imageSurfaceCreate =
-        bind<decltype(&cairo_image_surface_create)>(cairo, "cairo_image_surface_create");
-    decltype(&cairo_surface_flush) surfaceFlush =
-        bind<decltype(&cairo_surface_flush)>(cairo, "cairo_surface_flush");
-    decltype(&cairo_image_surface_get_data) imageSurfaceGetData =
-        bind<decltype(&cairo_image_surface_get_data)>(cairo, "cairo_image_surface_get_data");
-    decltype(&cairo_image_surface_get_stride) imageSurfaceGetStride =
-        bind<decltype(&cairo_image_surface_get_stride)>(cairo, "cairo_image_surface_get_stride");
-    decltype(&cairo_surface_mark_dirty) surfaceMarkDirty =
-        bind<decltype(&cairo_surface_mark_dirty)>(cairo, "cairo_surface_mark_dirty");
-    decltype(&cairo_surface_write_to_png) surfaceWriteToPng =
-        bind<decltype(&cairo_surface_write_to_png)>(cairo, "cairo_surface_write_to_png");
-    decltype(&cairo_surface_destroy) surfaceDestroy =
-        bind<decltype(&cairo_surface_destroy)>(cairo, "cairo_surface_destroy");
-    decltype(&cairo_status_to_string) statusToString =
-        bind<decltype(&cairo_status_to_string)>(cairo, "cairo_status_to_string");
+    TORVANE_BOUND(openDisplay, x11, XOpenDisplay);
+    TORVANE_BOUND(createSimpleWindow, x11, XCreateSimpleWindow);
+    TORVANE_BOUND(storeName, x11, XStoreName);
+    TORVANE_BOUND(setWMNormalHints, x11, XSetWMNormalHints);
+    TORVANE_BOUND(internAtom, x11, XInternAtom);
+    TORVANE_BOUND(setWMProtocols, x11, XSetWMProtocols);
+    TORVANE_BOUND(selectInput, x11, XSelectInput);
+    TORVANE_BOUND(mapWindow, x11, XMapWindow);
+    TORVANE_BOUND(flush, x11, XFlush);
+    TORVANE_BOUND(destroyWindow, x11, XDestroyWindow);
+    TORVANE_BOUND(closeDisplay, x11, XCloseDisplay);
+    TORVANE_BOUND(pending, x11, XPending);
+    TORVANE_BOUND(nextEvent, x11, XNextEvent);
+    TORVANE_BOUND(sync, x11, XSync);
+    TORVANE_BOUND(getImage, x11, XGetImage);
+    TORVANE_BOUND(imageSurfaceCreate, cairo, cairo_image_surface_create);
+    TORVANE_BOUND(surfaceFlush, cairo, cairo_surface_flush);
+    TORVANE_BOUND(imageSurfaceGetData, cairo, cairo_image_surface_get_data);
+    TORVANE_BOUND(imageSurfaceGetStride, cairo, cairo_image_surface_get_stride);
+    TORVANE_BOUND(surfaceMarkDirty, cairo, cairo_surface_mark_dirty);
+    TORVANE_BOUND(surfaceWriteToPng, cairo, cairo_surface_write_to_png);
+    TORVANE_BOUND(surfaceDestroy, cairo, cairo_surface_destroy);
+    TORVANE_BOUND(statusToString, cairo, cairo_status_to_string);
 
     static void* open(const char* name) {
         void* library = ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
@@ -88,6 +81,8 @@ struct WindowCalls {
         return reinterpret_cast<Function>(address);
     }
 };
+
+#undef TORVANE_BOUND
 
 const WindowCalls& calls() {
     static const WindowCalls loaded;
