@@ -4,7 +4,7 @@ namespace torvane {
 
 V2V3PropertiesHandler::V2V3PropertiesHandler(nodara::FixedOrderIIR<1>* filter,
                                              std::span<const float> gridResistance)
-    : grid(gridResistance, "18", "30", "0.02"), filter(filter) {}
+    : GridLoadedHandler(gridResistance, "18", "30", "0.02"), filter(filter) {}
 
 void V2V3PropertiesHandler::setSampleRate(scalar sampleRate) {
     dirty = true;

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "amp/networks/GridLoad.h"
+#include "amp/networks/GridLoadedHandler.h"
 #include "dsp/recursive/FixedOrderIIR.h"
-#include "runtime/PropertiesHandler.h"
 
 #include <span>
 
 namespace torvane {
 
-using nodara::Filter;
 using nodara::Properties;
 using nodara::scalar;
 
@@ -18,7 +16,7 @@ using nodara::scalar;
 ///   H(s) = s·C / (s·C·(1 + R·G) + G),  G = 1/220 kΩ + g.
 /// A rising g raises the corner: the blocking of the stage. Recomputed per sample unless g
 /// stays within ±10 %, straight into the filter. It has no parameters.
-class V2V3PropertiesHandler final : public nodara::PropertiesHandler {
+class V2V3PropertiesHandler final : public GridLoadedHandler<V2V3PropertiesHandler> {
 public:
     /// `filter` is the FirstOrderIIR served, not owned; `gridResistance` is in ohms over
     /// 18..30 V in steps of 0.02 V.
@@ -27,23 +25,10 @@ public:
     void init(const Properties&) override {}
     void propertyChanged(const std::string&, scalar) override {}
     void setSampleRate(scalar sampleRate) override;
-    bool needsSampleUpdate() override { return true; }
-    /// `input` is not used.
-    void update(Filter*, scalar input, scalar lastOutput) override { update(input, lastOutput); }
+    using GridLoadedHandler::update;
     void update(scalar input, scalar lastOutput) override;
-    /// The grid's say; none while the coefficients are due afresh.
-    size_t unchangedFrames(const scalar*, scalar lastOutput, const scalar* outputs,
-                           size_t frames) override {
-        return dirty ? 0 : grid.unchangedFrames(lastOutput, outputs, frames);
-    }
-    /// The next sample computes its coefficients afresh.
-    void reset() override {
-        grid.reset();
-        dirty = true;
-    }
 
 private:
-    GridLoad grid;
     nodara::FixedOrderIIR<1>* filter;
     double R = 69000.0;                   ///< ohms, source resistance
     double C = 2.2e-8;                    ///< farads, coupling capacitor
@@ -51,7 +36,6 @@ private:
     double kC = k * C;
     double RkC = R * kC;
     double G0 = 4.5454545454545455e-6;    ///< siemens, the 220 kΩ grid resistor
-    bool dirty = true;
 };
 
 } // namespace torvane

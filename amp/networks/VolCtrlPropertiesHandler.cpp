@@ -6,7 +6,7 @@ namespace torvane {
 
 VolCtrlPropertiesHandler::VolCtrlPropertiesHandler(nodara::FixedOrderIIR<2>* filter,
                                                    std::span<const float> gridResistance)
-    : grid(gridResistance, "0", "20", "0.02"), filter(filter) {}
+    : GridLoadedHandler(gridResistance, "0", "20", "0.02"), filter(filter) {}
 
 void VolCtrlPropertiesHandler::setWiper(double value) {
     wiper = value;

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "amp/networks/GridLoad.h"
+#include "amp/networks/GridLoadedHandler.h"
 #include "dsp/recursive/FixedOrderIIR.h"
-#include "runtime/PropertiesHandler.h"
 
 #include <span>
 
 namespace torvane {
 
-using nodara::Filter;
 using nodara::Properties;
 using nodara::scalar;
 
@@ -20,7 +18,7 @@ using nodara::scalar;
 ///
 /// Threads: `update` runs on the audio thread inside the filter's `process`; the rest between
 /// blocks. New coefficients go straight into the BiQuad, with no property lookup by name.
-class VolCtrlPropertiesHandler final : public nodara::PropertiesHandler {
+class VolCtrlPropertiesHandler final : public GridLoadedHandler<VolCtrlPropertiesHandler> {
 public:
     /// `filter` is the BiQuad served, not owned; `gridResistance` is in ohms over 0..20 V in
     /// steps of 0.02 V.
@@ -29,26 +27,13 @@ public:
     void init(const Properties& properties) override;
     void propertyChanged(const std::string& name, scalar value) override;
     void setSampleRate(scalar sampleRate) override;
-    bool needsSampleUpdate() override { return true; }
-    /// `input` is not used.
-    void update(Filter*, scalar input, scalar lastOutput) override { update(input, lastOutput); }
+    using GridLoadedHandler::update;
     void update(scalar input, scalar lastOutput) override;
-    /// The grid's say; none while the coefficients are due afresh.
-    size_t unchangedFrames(const scalar*, scalar lastOutput, const scalar* outputs,
-                           size_t frames) override {
-        return dirty ? 0 : grid.unchangedFrames(lastOutput, outputs, frames);
-    }
-    /// The next sample computes its coefficients afresh.
-    void reset() override {
-        grid.reset();
-        dirty = true;
-    }
 
 private:
     void setWiper(double value);
     void computeTermsFreeOfG();
 
-    GridLoad grid;
     nodara::FixedOrderIIR<2>* filter;
     scalar gain = 0.61f;
     double wiper = 1.0;
@@ -65,7 +50,6 @@ private:
     double S2 = 0.0;
     /// Denominator sums: z⁰ is D0 + g·E0, z⁻² is D2 + g·E2.
     double D0 = 0.0, E0 = 0.0, D2 = 0.0, E2 = 0.0;
-    bool dirty = true;
 };
 
 } // namespace torvane
