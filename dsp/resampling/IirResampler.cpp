@@ -2,15 +2,12 @@
 
 #include "dsp/recursive/BiQuad.h"
 #include "dsp/recursive/Iir.h"
+#include "dsp/resampling/RateFactor.h"
 #include "filterdesign/Design.h"
 #include "filterdesign/IirDesignContext.h"
 #include "runtime/DSPContext.h"
-#include "runtime/Driver.h"
 #include "runtime/Exceptions.h"
-#include "runtime/Graph.h"
 #include "runtime/Limits.h"
-
-#include <cmath>
 
 namespace nodara {
 
@@ -21,22 +18,11 @@ void IirResampler::propertyChanged(const std::string& propertyName, scalar value
     if (propertyName != "Factor") {
         throw InvalidArgumentException("IirInterpolator: Unknown property " + propertyName);
     }
-    const double rounded = std::floor(static_cast<double>(value + 0.5f));
-    limits::requireAtMost(className, "Factor", rounded, limits::factor);
-    // Below 1 the element keeps a factor that `process` refuses.
-    factor = rounded < 1.0 ? 0 : static_cast<int32>(rounded);
-    auto owner = context.lock();
-    if (!owner || factor < 1) {
-        return;
-    }
+    factor = wholeFactor(value, className);
     // The graph's ratio is the element's whole factor, so that the rates downstream match the
-    // frames this element makes; an unchanged ratio costs no redesign.
-    const auto graph = owner->getGraph();
-    if (graph && graph->getMultiplier() != graphMultiplier(factor)) {
-        graph->setMultiplier(graphMultiplier(factor));
-        if (auto driver = owner->getDriver()) {
-            driver->setGraphsChanged();
-        }
+    // frames this element makes.
+    if (factor >= 1) {
+        moveGraphRate(context.lock(), graphMultiplier(factor));
     }
 }
 

@@ -112,19 +112,27 @@ TEST(Oversampling, StagesInLanesGiveTheBitsOfTheStagesOneAfterAnother) {
 
 // The graph's rate must follow the frames the element makes: both take the rounded factor.
 TEST(Oversampling, FactorChangesRoundForTheElementAndTheGraphAlike) {
-    const std::string settings = "CornerFrequency='15000' Factor='2' Order='2' Type='Butterworth'";
-    auto driver = driverFor(oneGraphSystem(element("IirInterpolator", "I", settings, "Graph"),
-                                           "I"));
-    auto& interpolator =
-        dynamic_cast<IirInterpolator&>(*driver->getGraph("G")->getContext()->getElement("I"));
-    interpolator.propertyChanged("Factor", 2.4f);
-    EXPECT_EQ(interpolator.getFactor(), 2);
-    EXPECT_EQ(driver->getGraph("G")->getMultiplier(), 2.0);
-    interpolator.propertyChanged("Factor", 2.5f);
-    EXPECT_EQ(interpolator.getFactor(), 3);
-    EXPECT_EQ(driver->getGraph("G")->getMultiplier(), 3.0);
-    for (float refused : {17.0f, 1e30f, NAN}) {
-        EXPECT_THROW(interpolator.propertyChanged("Factor", refused), InvalidArgumentException);
+    const std::string iir = "CornerFrequency='15000' Factor='2' Order='2' Type='Butterworth'";
+    const std::pair<std::string, std::string> resamplers[] = {{"IirInterpolator", iir},
+                                                              {"IirDecimator", iir},
+                                                              {"PolyphaseUpsampler", "Factor='2'"},
+                                                              {"PolyphaseDownsampler", "Factor='2'"}};
+    for (const auto& [type, settings] : resamplers) {
+        auto driver = driverFor(oneGraphSystem(element(type, "I", settings, "Graph"), "I"));
+        Graph& graph = *driver->getGraph("G");
+        auto& resampler = dynamic_cast<Filter&>(*graph.getContext()->getElement("I"));
+        const bool up = type.find("Up") != std::string::npos || type == "IirInterpolator";
+        const auto factorOfGraph = [&] {
+            return up ? graph.getMultiplier() : 1.0 / graph.getMultiplier();
+        };
+        resampler.propertyChanged("Factor", 2.4f);
+        EXPECT_DOUBLE_EQ(factorOfGraph(), 2.0) << type;
+        resampler.propertyChanged("Factor", 2.5f);
+        EXPECT_DOUBLE_EQ(factorOfGraph(), 3.0) << type;
+        for (float refused : {17.0f, 1e30f, NAN}) {
+            EXPECT_THROW(resampler.propertyChanged("Factor", refused), InvalidArgumentException)
+                << type << " at " << refused;
+        }
     }
 }
 

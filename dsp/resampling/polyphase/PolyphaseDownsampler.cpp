@@ -1,6 +1,6 @@
 #include "dsp/resampling/polyphase/PolyphaseDownsampler.h"
 
-#include "dsp/resampling/polyphase/RateFactor.h"
+#include "dsp/resampling/RateFactor.h"
 #include "runtime/Exceptions.h"
 
 namespace nodara {
@@ -10,8 +10,11 @@ void PolyphaseDownsampler::propertyChanged(const std::string& propertyName, scal
         throw InvalidArgumentException("PolyphaseDownsampler: Invalid property name " +
                                        propertyName);
     }
-    factor = roundedFactor(value);
-    moveGraphRate(getContext(), 1.0 / static_cast<double>(value));
+    factor = wholeFactor(value, "PolyphaseDownsampler");
+    // The graph's ratio is the whole factor, so that the rates downstream match the frames made.
+    if (factor >= 1) {
+        moveGraphRate(getContext(), 1.0 / static_cast<double>(factor));
+    }
 }
 
 void PolyphaseDownsampler::init(const std::string& filterName, const Properties& filterProperties,

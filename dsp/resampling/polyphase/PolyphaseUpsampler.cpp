@@ -1,6 +1,6 @@
 #include "dsp/resampling/polyphase/PolyphaseUpsampler.h"
 
-#include "dsp/resampling/polyphase/RateFactor.h"
+#include "dsp/resampling/RateFactor.h"
 #include "runtime/Exceptions.h"
 
 namespace nodara {
@@ -9,8 +9,11 @@ void PolyphaseUpsampler::propertyChanged(const std::string& propertyName, scalar
     if (propertyName != "Factor") {
         throw InvalidArgumentException("PolyphaseUpsampler: Invalid property name " + propertyName);
     }
-    factor = roundedFactor(value);
-    moveGraphRate(getContext(), static_cast<double>(value));
+    factor = wholeFactor(value, "PolyphaseUpsampler");
+    // The graph's ratio is the whole factor, so that the rates downstream match the frames made.
+    if (factor >= 1) {
+        moveGraphRate(getContext(), static_cast<double>(factor));
+    }
     factorChanged();
 }
 

@@ -1,15 +1,18 @@
-#include "dsp/resampling/polyphase/RateFactor.h"
+#include "dsp/resampling/RateFactor.h"
 
 #include "runtime/Driver.h"
 #include "runtime/Exceptions.h"
 #include "runtime/Graph.h"
+#include "runtime/Limits.h"
 
 #include <cmath>
 
 namespace nodara {
 
-int32 roundedFactor(scalar value) {
-    return static_cast<int32>(std::floor(static_cast<double>(value + 0.5f)));
+int32 wholeFactor(scalar value, const char* type) {
+    const double rounded = std::floor(static_cast<double>(value + 0.5f));
+    limits::requireAtMost(type, "Factor", rounded, limits::factor);
+    return rounded < 1.0 ? 0 : static_cast<int32>(rounded);
 }
 
 void moveGraphRate(const std::shared_ptr<DSPContext>& context, double multiplier) {
@@ -17,6 +20,9 @@ void moveGraphRate(const std::shared_ptr<DSPContext>& context, double multiplier
         return;
     }
     if (auto graph = context->getGraph()) {
+        if (graph->getMultiplier() == multiplier) {
+            return;
+        }
         graph->setMultiplier(multiplier);
     }
     if (auto driver = context->getDriver()) {
