@@ -26,8 +26,6 @@ TEST(Switch, ValidatesItsPortsAndPosition) {
         {[] { made<Switch>("NumberOfInputs=1"); }, invalid,
          "Switch: NumberOfInputs must be greater than 1."},
         {[&] { selector->propertyChanged("Pos", 1.0f); }, invalid, "Switch: Unknown property Pos"},
-        {[&] { selector->setMaxBlockSize(0); }, plain, "Switch: Invalid maxBlockSize0"},
-        {[&] { selector->getOutput(1); }, invalid, "Switch: Invalid output index: 1"},
     });
 }
 
