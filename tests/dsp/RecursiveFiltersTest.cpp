@@ -166,7 +166,6 @@ std::function<void()> initOf(const char* properties) { return [=] { made<T>(prop
 
 TEST(RecursiveFilters, PropertyFaultsGiveTheirClassAndMessage) {
     const auto biquad = [] { return made<BiQuad>("A=1|2 B=1|2|3"); };
-    const auto third = [] { return made<ThirdOrderIIR>("A=1|2|3 B=1|2|3|4 InputIndex=0"); };
     const auto iir = [] { return made<Iir>("Order=1 A=1 B=1|2"); };
     const auto diff = [] { return made<DifferentialFilter>("Gain=1"); };
     const auto first = [] { return made<FirstOrderIIR>("A=1 B=1|2"); };
@@ -209,16 +208,12 @@ TEST(RecursiveFilters, PropertyFaultsGiveTheirClassAndMessage) {
          invalid, "Invalid input port name: in. Expected \"plus\" or \"minus\"."},
         {[&] { diff()->propertyChanged("Level", 1.0f); }, invalid,
          "DifferentialFilter: Invalid property name Level"},
-        {[&] { diff()->setMaxBlockSize(0); }, plain, "DifferentialFilter: Invalid maxBlockSize0"},
-        {[&] { diff()->getOutput(1); }, invalid, "DifferentialFilter: Invalid output index: 1"},
         {[&] { diff()->process(1.0f); }, unsupported, ""},
         {[&] { biquad()->propertyChanged("C", nullptr); }, invalid, "BiQuad: Unknown property C"},
         {[&] { first()->propertyChanged("A", values(2)); }, invalid,
          "FirstOrderIIR: Invalid number of A values 2"},
         {[&] { biquad()->propertyChanged("B", values(2)); }, invalid,
          "BiQuad: Invalid number of B values 2"},
-        {[&] { third()->getOutput(1); }, invalid, "BiQuad: Invalid output index: 1"},
-        {[&] { third()->setMaxBlockSize(0); }, plain, "ThirdOrderIIR: Invalid maxBlockSize0"},
         {[&] { biquad()->setCoefficients(nullptr, nullptr); }, plain, "BiQuad: a cannot be null"},
         {[&] { first()->setCoefficients(a1, nullptr); }, plain, "FirstOrderIIR: b cannot be null"},
     });
