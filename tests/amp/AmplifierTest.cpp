@@ -63,13 +63,9 @@ std::vector<scalar> targetValues(const std::string& control, float value) {
     return values;
 }
 
+// The maps' own formulas are not written out again here: what is checked is where the switch
+// changes, what a value out of range becomes, and which targets each control reaches.
 TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
-    EXPECT_EQ(targetValues("Gain", 0.25f), std::vector<scalar>(4, 0.2f * 0.25f));
-    EXPECT_EQ(targetValues("Gain", 0.75f), std::vector<scalar>(4, (0.75f - 0.5f) * 1.8f + 0.1f));
-    EXPECT_EQ(targetValues("Feedback", 1.0f), std::vector<scalar>(4, 1.0f - 0.39f));
-    EXPECT_EQ(targetValues("Vol", 0.5f), std::vector<scalar>(2, 0.002f * 0.5f));
-    EXPECT_EQ(targetValues("Oversampling", 0.0f), std::vector<scalar>(4, 2.0f));
-    EXPECT_EQ(targetValues("Oversampling", 1.0f), std::vector<scalar>(4, 8.0f));
     EXPECT_EQ(targetValues("Oversampling", 0.24f), std::vector<scalar>(4, 2.0f));
     EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, 4.0f));
     EXPECT_EQ(targetValues("Oversampling", 0.74f), std::vector<scalar>(4, 4.0f));
@@ -80,7 +76,6 @@ TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
     EXPECT_EQ(targetValues("Cabinet", 0.0f), std::vector<scalar>(2, 1.0f));
     EXPECT_EQ(targetValues("CPU", 1.0f), (std::vector<scalar>{1.0f, 1.0f, 0.0f, 1.0f, 1.0f, 0.0f}));
     EXPECT_EQ(targetValues("Input", 0.5f), std::vector<scalar>(2, 1.0f));
-    EXPECT_EQ(targetValues("Input", 0.75f), std::vector<scalar>(2, scalar(6.0 * 0.75 - 2.0)));
     EXPECT_EQ(targetValues("Stereo", 1.0f), std::vector<scalar>(7, 0.0f));
 }
 
@@ -92,7 +87,6 @@ TEST(Amplifier, EmbeddedTablesAreTheCommittedDataFiles) {
         const auto* stored = reinterpret_cast<const char*>(table.values.data());
         EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), stored)) << table.name;
     }
-    EXPECT_EQ(embeddedTable("u87").values.size(), 27776u);
     EXPECT_THROW(embeddedTable("V4"), nodara::InvalidArgumentException);
 }
 
