@@ -4,7 +4,7 @@
 #include "support/Documents.h"
 #include "support/Signals.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "dsp/io/EmbeddedResources.h"
 #include "dsp/io/FileReader.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 #include "dsp/WavBytes.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "dsp/convolution/Convolver.h"
 
 #include "dsp/ConvolutionReference.h"
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 #include "support/Documents.h"
 
 #include <gtest/gtest.h>

@@ -7,7 +7,7 @@
 #include "support/Documents.h"
 
 #include "dsp/ConvolutionReference.h"
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
 

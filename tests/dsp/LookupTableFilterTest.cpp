@@ -2,7 +2,7 @@
 #include "runtime/DSPContext.h"
 #include "support/Documents.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
 

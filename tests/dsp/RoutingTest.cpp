@@ -3,7 +3,7 @@
 #include "dsp/elements/Switch.h"
 #include "support/Documents.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include "support/Documents.h"
 
 #include "dsp/ConvolutionReference.h"
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 #include "dsp/WavBytes.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "dsp/elements/Gain.h"
 #include "support/Documents.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
 
