@@ -91,10 +91,10 @@ TEST(ConvolverTest, GrowingTheBlockSizeKeepsTheStreamContinuous) {
     EXPECT_TRUE(convolver->getPartitionLevels().empty());
     convolver->setMaxBlockSize(64);
     ASSERT_EQ(convolver->getPartitionLevels().front().blockSize, 64u);
-    auto y = run(*convolver, x, {64, 7}, 0, 1500);
+    auto y = run(*convolver, x, {64, 7}, {}, 0, 1500);
     convolver->setMaxBlockSize(300);
     ASSERT_EQ(convolver->getPartitionLevels().front().blockSize, 256u);
-    const auto rest = run(*convolver, x, {300, 1}, 1500);
+    const auto rest = run(*convolver, x, {300, 1}, {}, 1500);
     y.insert(y.end(), rest.begin(), rest.end());
     EXPECT_TRUE(matches(y, x, h));
 }
@@ -111,9 +111,9 @@ TEST(ConvolverTest, OnlyTheFirstMaxIRSizeSamplesAreUsed) {
 TEST(ConvolverTest, ANewResponseAppliesAtOnceToPastInput) {
     const auto second = noise(500, 2), x = noise(3000, 3);
     auto convolver = makeConvolver(noise(813, 1), 256);
-    run(*convolver, x, {256}, 0, 2000);
+    run(*convolver, x, {256}, {}, 0, 2000);
     give(*convolver, second);
-    const auto y = run(*convolver, x, {256}, 2000);
+    const auto y = run(*convolver, x, {256}, {}, 2000);
     const auto expected = reference::convolve(x, second);
     EXPECT_LT(reference::maxError(y, {expected.begin() + 2000, expected.end()}),
               reference::tolerance(second));

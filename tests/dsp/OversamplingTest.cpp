@@ -5,6 +5,7 @@
 #include "support/Documents.h"
 #include "support/Signals.h"
 
+#include "dsp/ConvolutionReference.h"
 #include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@ namespace nodara::testing {
 namespace {
 
 using namespace failurecheck;
+using reference::run;
 
 const std::string interpolatorSettings = "CornerFrequency=15000 Order=2 Type=Butterworth Cascade=4";
 const std::string decimatorSettings = "CornerFrequency=20000 Order=2 Type=Butterworth Cascade=8";
@@ -31,20 +33,10 @@ double decibels(const std::vector<scalar>& signal, double frequency, double rate
     return 20.0 * std::log10(amplitudeAt(signal, frequency, rate, signal.size() / 2) / 0.5);
 }
 
-/// Runs `input` through in blocks of `block` frames, each giving `produced` frames.
-std::vector<scalar> inBlocks(Filter& element, const std::vector<scalar>& input, size_t block,
-                             size_t produced) {
-    std::vector<scalar> out;
-    for (size_t start = 0; start < input.size(); start += block) {
-        element.process(std::vector<scalar*>{const_cast<scalar*>(input.data()) + start}, block);
-        out.insert(out.end(), element.getOutput(0), element.getOutput(0) + produced);
-    }
-    return out;
-}
-
 TEST(Oversampling, InterpolationKeepsTheLevelAndRejectsImages) {
     auto up = resampler<IirInterpolator>(interpolatorSettings + " Factor=4", 48000.0f, 256);
-    const auto output = inBlocks(*up, sine(1000.0, 48000.0, 256 * 40, 0.5), 256, 4 * 256);
+    const auto four = [](size_t n) { return 4 * n; };
+    const auto output = run(*up, sine(1000.0, 48000.0, 256 * 40, 0.5), {256}, four);
     EXPECT_NEAR(decibels(output, 1000.0, 4 * 48000.0), 0.0, 0.1);
     for (double image : {47000.0, 49000.0, 95000.0}) {
         EXPECT_LT(decibels(output, image, 4 * 48000.0), -60.0) << image;
@@ -54,13 +46,14 @@ TEST(Oversampling, InterpolationKeepsTheLevelAndRejectsImages) {
 TEST(Oversampling, DecimationKeepsThePassBandAndRejectsAliases) {
     const double high = 4 * 48000.0;
     auto down = resampler<IirDecimator>(decimatorSettings + " Factor=4", scalar(high), 1024);
-    auto run = [&](double frequency) {
-        return inBlocks(*down, sine(frequency, high, 1024 * 40, 0.5), 1024, 256);
+    const auto quarter = [](size_t n) { return n / 4; };
+    auto decimated = [&](double frequency) {
+        return run(*down, sine(frequency, high, 1024 * 40, 0.5), {1024}, quarter);
     };
-    EXPECT_NEAR(decibels(run(1000.0), 1000.0, 48000.0), 0.0, 0.1);
+    EXPECT_NEAR(decibels(decimated(1000.0), 1000.0, 48000.0), 0.0, 0.1);
     down->reset();
     // 40 kHz folds to 8 kHz at the low rate.
-    EXPECT_LT(decibels(run(40000.0), 8000.0, 48000.0), -80.0);
+    EXPECT_LT(decibels(decimated(40000.0), 8000.0, 48000.0), -80.0);
 }
 
 /// The stages of `element` as separate BiQuads with its coefficients, from rest.
