@@ -136,19 +136,18 @@ using torvane::host::findParameter;
 const std::vector<std::string> reported = {"Volume",  "Feedback", "Output", "Oversamp",
                                            "Cabinet", "CPU",      "Input",  "Stereo"};
 
+// An exact name wins over a match in case and over an index; of equal matches, the first.
 TEST(ParameterLookup, ExactThenFirstEightLettersInAnyCaseThenIndex) {
-    const std::vector<std::pair<std::string, int>> cases = {
-        {"Output", 2}, {"oversampling", 3}, {"OVERSAMPLE", 3}, {"cpu", 5}, {"7", 7}, {"Feedback!", 1},
+    const std::vector<std::tuple<std::vector<std::string>, std::string, int>> cases = {
+        {reported, "Output", 2},         {reported, "oversampling", 3},
+        {reported, "OVERSAMPLE", 3},     {reported, "cpu", 5},
+        {reported, "7", 7},              {reported, "Feedback!", 1},
+        {{"abcdefgh", "ABCDEFGH"}, "ABCDEFGH", 1}, {{"a", "b", "c", "0"}, "0", 3},
+        {{"Level", "level"}, "LEVEL", 0},
     };
-    for (const auto& [wanted, index] : cases) {
-        EXPECT_EQ(findParameter(reported, wanted), index) << wanted;
+    for (const auto& [names, wanted, index] : cases) {
+        EXPECT_EQ(findParameter(names, wanted), index) << wanted;
     }
-}
-
-TEST(ParameterLookup, AnExactNameWinsOverALooserMatch) {
-    EXPECT_EQ(findParameter({"abcdefgh", "ABCDEFGH"}, "ABCDEFGH"), 1) << "over a match in case";
-    EXPECT_EQ(findParameter({"a", "b", "c", "0"}, "0"), 3) << "over an index";
-    EXPECT_EQ(findParameter({"Level", "level"}, "LEVEL"), 0) << "the first of equal matches";
 }
 
 TEST(ParameterLookup, UnknownNamesAndIndexesFailNamingThemAndListingTheNames) {
