@@ -15,7 +15,6 @@ namespace {
 
 std::vector<float> guitarLike(size_t frames, int rate) { return sine(196.0, rate, frames, 0.3); }
 
-
 TEST(PluginInterface, ExportsOnlyItsEntryPoints) {
     const auto symbols = scratch() / "symbols.txt";
     const std::string list = "nm -D --defined-only " + buildDirectory() + "/Torvane.so";
