@@ -54,7 +54,6 @@ TorvaneEditor::ControlList amplifierControls() {
 TEST(TorvaneEditor, BuildsOneWidgetPerControlInTheControlsOrder) {
     RecordingHost host;
     TorvaneEditor editor(host, amplifierControls());
-    EXPECT_EQ(editor.getRect(), (widgets::Rect{0, 0, 1000, 400}));
     ParentWindow parent;
     editor.open(parent.window);
     const auto& widgets = editor.getWidgets();
