@@ -141,6 +141,7 @@ TEST(GraphSwitches, UnknownNamesAndBaseOperationsGiveTheirMessages) {
     EXPECT_EQ(messageOf([&] { graph.getResult("x"); }),
               "Graph::getResult(std::string outputName) is not yet implemented.");
     EXPECT_EQ(messageOf([&] { graph.init(); }), "Context not set for DSPGraph ");
+    EXPECT_EQ(messageOf([&] { graph.setMaxBlockSize(0); }), "DSPGraph: Invalid maxBlockSize0");
 }
 
 } // namespace
