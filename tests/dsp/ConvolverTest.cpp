@@ -161,6 +161,8 @@ TEST(ConvolverTest, FailuresCarryTheirMessages) {
         {[&] { c.getOutput(1); }, invalid, "Convolver: Invalid output index: 1"},
         {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
          "Convolver: Iteration is not supported."},
+        {[&] { c.getLastIterationResults(); }, unsupported,
+         "Convolver: getLastIterationResults is not supported."},
         {[&] { c.process(1.0f); }, unsupported, ""},
     });
 }

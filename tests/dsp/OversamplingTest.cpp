@@ -218,6 +218,8 @@ TEST(Oversampling, RunTimeFaultsGiveTheirClassAndMessage) {
          "supported."},
         {[&] { down->iteration(nullptr, 0, 0); }, unsupported,
          "IirDecimator: Iteration is not supported."},
+        {[&] { up->getLastIterationResults(); }, unsupported,
+         "IirInterpolator: getLastIterationResults is not supported."},
         {withoutFactor(*down), plain, "IirInterpolator: Invalid factor 0"},
     });
 }

@@ -170,6 +170,8 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
          "WaveConvolver: init(name, context) is not yet implemented."},
         {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
          "WaveConvolver: Iteration is not supported."},
+        {[&] { c.getLastIterationResults(); }, unsupported,
+         "WaveConvolver: getLastIterationResults is not supported."},
         {[&] { c.process(nullptr, 4); }, unsupported, ""},
         {loadFile, plain,
          "AudioFileRead" + cutPath + "Error while trying to read from the stream."},
