@@ -287,6 +287,9 @@ TEST(Polyphase, FaultsGiveTheirClassAndMessage) {
     expectFailures({
         {[&] { fir->setMaxBlockSize(0); }, plain, "Fir: Invalid maxBlockSize0"},
         {noBuffer, plain, "Failed to allocate memory for FIR buffer"},
+        {[&] { fir->setCoefficients(nullptr, 3); }, plain, "Fir: b cannot be null"},
+        {[&] { upsampler->setCoefficients(nullptr, 3); }, plain,
+         "PolyphaseUpsampler: b cannot be null"},
         {[&] { upsampler->setCoefficients(taps.data(), 0); }, plain,
          "PolyphaseUpsampler: Size of filter coefficients must be greater than zero."},
         {[&] { fir->setCoefficients(taps.data(), 257); }, plain,
