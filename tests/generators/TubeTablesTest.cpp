@@ -139,11 +139,9 @@ TEST(TubeTables, StageCurvesMeetEveryReferencePointWithinTwoPercent) {
     });
 }
 
+// The other curves end at their lowest point, checked with their reference points.
 TEST(TubeTables, LowestValuesWithinTwoPercent) {
-    const std::map<std::string, double> lowest = {
-        {"V1", 92.899},       {"V2.lowCPU", 93.844}, {"V2.full", 94.065},
-        {"V3.lowCPU", 42.822}, {"V3.full", -30.288},
-    };
+    const std::map<std::string, double> lowest = {{"V2.lowCPU", 93.844}, {"V2.full", 94.065}};
     for (const auto& [name, value] : lowest)
         EXPECT_NEAR(table(name).lowest(), value, 0.02 * std::abs(value)) << name;
 }
