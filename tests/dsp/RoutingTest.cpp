@@ -68,8 +68,6 @@ TEST(Mixer, RefusesBadFaders) {
          "Number of Faders must be at least 2. Number of Faders: 1 Mixer name=m"},
         {[&] { mixer->propertyChanged("2", 0.1f); }, invalid, "Mixer: Invalid fader index 2"},
         {[&] { mixer->propertyChanged("x", 0.1f); }, invalid, "Mixer: Invalid fader index x"},
-        {[&] { mixer->propertiesChanged({}); }, unsupported,
-         "propertiesChanged is not supported. Element: e"},
     });
 }
 

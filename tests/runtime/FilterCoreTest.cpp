@@ -31,10 +31,6 @@ TEST(FilterCore, FaultsGiveTheirClassAndMessage) {
         {[&] { gain->propertyChanged("Level", 1.0f); }, invalid, "Gain: Invalid property name Level"},
         {[&] { bare.propertyChanged("X", 1.0f); }, unsupported,
          "propertyChanged(scalar) is not supported. Filter: p"},
-        {[&] { bare.propertiesChanged({}); }, unsupported,
-         "propertiesChanged is not supported. Element: p"},
-        {[&] { bare.propertyChanged("X", std::make_shared<std::vector<scalar>>()); }, unsupported,
-         "propertyChanged(vector) is not supported. Element: p"},
     });
 }
 
