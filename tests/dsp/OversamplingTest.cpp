@@ -188,7 +188,6 @@ TEST(Oversampling, RunTimeFaultsGiveTheirClassAndMessage) {
     auto down = resampler<IirDecimator>(decimatorSettings + " Factor=4", 192000.0f, 16);
     std::vector<scalar> block(17);
     const std::vector<scalar*> inputs = {block.data()};
-    auto context = std::make_shared<DSPContext>();
     // Last in the table: the element keeps the factor 0.
     const auto withoutFactor = [](Filter& element) {
         return [&element, silence = std::vector<scalar*>{nullptr}] {
@@ -206,9 +205,6 @@ TEST(Oversampling, RunTimeFaultsGiveTheirClassAndMessage) {
         {[&] { down->getOutput(1); }, invalid, "Iir: Invalid output index: 1"},
         {[&] { down->propertyChanged("Order", 1.0f); }, invalid,
          "IirInterpolator: Unknown property Order"},
-        {[&] { up->init("x", context); }, unsupported,
-         "IirDecimator: init(const std::string &name, std::shared_ptr<DSPContext> &context) is "
-         "not supported."},
         {[&] { up->process(1.0f); }, unsupported,
          "IirInterpolator: process(scalar in) is not supported."},
         {[&] { down->process(block.data(), 4); }, unsupported,

@@ -166,8 +166,6 @@ TEST(WaveConvolverTest, FailuresCarryTheirMessages) {
          "WaveConvolver: Invalid selection: 3 max selection value 2"},
         {[] { makeCabinet("", Samples(100, 0.0f)); }, invalid,
          "Convolver: Invalid impulse response. IR is empty."},
-        {[] { WaveConvolver().init("cab", noContext); }, unsupported,
-         "WaveConvolver: init(name, context) is not yet implemented."},
         {[&] { c.iteration(nullptr, 0, 0); }, unsupported,
          "WaveConvolver: Iteration is not supported."},
         {[&] { c.getLastIterationResults(); }, unsupported,
