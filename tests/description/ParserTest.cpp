@@ -61,13 +61,6 @@ TEST(Parser, SwitchPortsFollowItsInputCountAndUnwiredPortsAreSilent) {
               "Switch: Invalid position 3. NumberOfInputs=3");
 }
 
-TEST(Parser, ASourceMayStandLaterInTheGraph) {
-    auto driver = driverFor(oneGraphSystem(element("Gain", "B", "Gain='5'", "A") +
-                                               element("Gain", "A", "Gain='2'", "Graph"),
-                                           "B"));
-    EXPECT_EQ(runBlocks(*driver, {{1.0f, -1.0f}}, 2)[0], (std::vector<scalar>{10.0f, -10.0f}));
-}
-
 /// A product factory that claims "Gain" and one type of its own.
 class ProductFactory : public PluginDSPElementFactory {
 public:

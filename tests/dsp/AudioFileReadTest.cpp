@@ -3,7 +3,7 @@
 #include "dsp/io/EmbeddedResources.h"
 #include "dsp/io/FileReader.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 #include "dsp/WavBytes.h"
 
 #include <gtest/gtest.h>
@@ -118,7 +118,6 @@ TEST(AudioFileReadTest, FailuresCarryTheirMessages) {
         {wav("RIFF" + le32(4) + "AVI "), plain, "AudioFileRead: File is not a wav file."},
         {wav("RIFF"), plain, "AudioFileRead: Error while reading header. ir.wav"},
         {[] { stk::AudioFileRead(nullptr, "ir.wav"); }, plain, "AudioFileRead::init File error."},
-        {wav(riff(chunk("JUNK", "ab"))), plain, read + "id."},
         {wav(riff("fmt " + std::string(1, '\x10'))), plain, read + "chunkSize."},
         {wav(riff(fmt16 + "\x01")), plain, read + "format_tag."},
         {wav(riff(fmt16 + le16(1) + "\x01")), plain, read + "temp."},

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace reference {
@@ -63,16 +64,18 @@ inline ::testing::AssertionResult matches(const std::vector<float>& y, const std
     return ::testing::AssertionFailure() << "error " << error << ", allowed " << allowed;
 }
 
-/// Runs x[from, to) through `filter` in blocks cycling over `blocks`; returns the outputs.
-inline std::vector<float> run(nodara::Filter& filter, const std::vector<float>& x,
-                              const std::vector<size_t>& blocks, size_t from = 0,
-                              size_t to = SIZE_MAX) {
+/// Runs x[from, to) through `filter` in blocks cycling over `blocks`, a block of n frames
+/// giving produced(n) frames; returns the outputs.
+template <class Produced = std::identity>
+std::vector<float> run(nodara::Filter& filter, const std::vector<float>& x,
+                       const std::vector<size_t>& blocks, Produced produced = {},
+                       size_t from = 0, size_t to = SIZE_MAX) {
     std::vector<float> y;
     to = std::min(to, x.size());
     for (size_t at = from, b = 0; at < to; at += blocks[b++ % blocks.size()]) {
         const size_t n = std::min(blocks[b % blocks.size()], to - at);
         filter.process(std::vector<float*>{const_cast<float*>(x.data() + at)}, n);
-        y.insert(y.end(), filter.getOutput(0), filter.getOutput(0) + n);
+        y.insert(y.end(), filter.getOutput(0), filter.getOutput(0) + produced(n));
     }
     return y;
 }

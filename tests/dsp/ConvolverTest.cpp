@@ -1,7 +1,7 @@
 #include "dsp/convolution/Convolver.h"
 
 #include "dsp/ConvolutionReference.h"
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 #include "support/Documents.h"
 
 #include <gtest/gtest.h>
@@ -40,12 +40,9 @@ std::unique_ptr<Convolver> makeConvolver(const std::vector<float>& response, int
 } // namespace
 
 // Every layout covers the response once, in pieces of ascending powers of two, each level
-// starting at a tap no smaller than its block.
+// starting at a tap no smaller than its block. Which first block a block size gets is a matter
+// of speed; the convolution tests below run the sizes around it.
 TEST(ConvolverTest, PartitionsCoverTheResponseAndStartLateEnough) {
-    EXPECT_EQ(firstBlockFor(1), 64u);
-    EXPECT_EQ(firstBlockFor(100), 64u);
-    EXPECT_EQ(firstBlockFor(200), 128u);
-    EXPECT_EQ(firstBlockFor(8192), 256u);
     for (std::uint32_t first : {64u, 128u, 256u}) {
         for (std::uint32_t length : {1u, 13u, 64u, 65u, 813u, 4097u, 8192u, 100000u}) {
             const auto levels = choosePartitionLevels(length, first);
@@ -91,10 +88,10 @@ TEST(ConvolverTest, GrowingTheBlockSizeKeepsTheStreamContinuous) {
     EXPECT_TRUE(convolver->getPartitionLevels().empty());
     convolver->setMaxBlockSize(64);
     ASSERT_EQ(convolver->getPartitionLevels().front().blockSize, 64u);
-    auto y = run(*convolver, x, {64, 7}, 0, 1500);
+    auto y = run(*convolver, x, {64, 7}, {}, 0, 1500);
     convolver->setMaxBlockSize(300);
     ASSERT_EQ(convolver->getPartitionLevels().front().blockSize, 256u);
-    const auto rest = run(*convolver, x, {300, 1}, 1500);
+    const auto rest = run(*convolver, x, {300, 1}, {}, 1500);
     y.insert(y.end(), rest.begin(), rest.end());
     EXPECT_TRUE(matches(y, x, h));
 }
@@ -111,9 +108,9 @@ TEST(ConvolverTest, OnlyTheFirstMaxIRSizeSamplesAreUsed) {
 TEST(ConvolverTest, ANewResponseAppliesAtOnceToPastInput) {
     const auto second = noise(500, 2), x = noise(3000, 3);
     auto convolver = makeConvolver(noise(813, 1), 256);
-    run(*convolver, x, {256}, 0, 2000);
+    run(*convolver, x, {256}, {}, 0, 2000);
     give(*convolver, second);
-    const auto y = run(*convolver, x, {256}, 2000);
+    const auto y = run(*convolver, x, {256}, {}, 2000);
     const auto expected = reference::convolve(x, second);
     EXPECT_LT(reference::maxError(y, {expected.begin() + 2000, expected.end()}),
               reference::tolerance(second));
@@ -166,7 +163,6 @@ TEST(ConvolverTest, FailuresCarryTheirMessages) {
          "Convolver: Iteration is not supported."},
         {[&] { c.getLastIterationResults(); }, unsupported,
          "Convolver: getLastIterationResults is not supported."},
-        {[&] { c.endIteration(0); }, unsupported, "Convolver: endIteration is not supported."},
         {[&] { c.process(1.0f); }, unsupported, ""},
     });
 }

@@ -3,7 +3,7 @@
 #include "dsp/elements/Switch.h"
 #include "support/Documents.h"
 
-#include "dsp/FailureCheck.h"
+#include "support/FailureCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -26,8 +26,6 @@ TEST(Switch, ValidatesItsPortsAndPosition) {
         {[] { made<Switch>("NumberOfInputs=1"); }, invalid,
          "Switch: NumberOfInputs must be greater than 1."},
         {[&] { selector->propertyChanged("Pos", 1.0f); }, invalid, "Switch: Unknown property Pos"},
-        {[&] { selector->setMaxBlockSize(0); }, plain, "Switch: Invalid maxBlockSize0"},
-        {[&] { selector->getOutput(1); }, invalid, "Switch: Invalid output index: 1"},
     });
 }
 
@@ -70,8 +68,6 @@ TEST(Mixer, RefusesBadFaders) {
          "Number of Faders must be at least 2. Number of Faders: 1 Mixer name=m"},
         {[&] { mixer->propertyChanged("2", 0.1f); }, invalid, "Mixer: Invalid fader index 2"},
         {[&] { mixer->propertyChanged("x", 0.1f); }, invalid, "Mixer: Invalid fader index x"},
-        {[&] { mixer->propertiesChanged({}); }, unsupported,
-         "propertiesChanged is not supported. Element: e"},
     });
 }
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace wavbytes {
@@ -62,9 +63,12 @@ inline std::string floatData(const std::vector<float>& samples) {
     return out;
 }
 
-/// `bytes` written to `name` in the temporary folder; returns the path.
+/// `bytes` written to `name` in the temporary folder, under the process's id: test programs
+/// of other builds on the machine use the same names at the same time. Returns the path.
 inline std::string temporaryFile(const std::string& name, const std::string& bytes) {
-    const auto path = (std::filesystem::temp_directory_path() / name).string();
+    const auto path = (std::filesystem::temp_directory_path() /
+                       (std::to_string(::getpid()) + "-" + name))
+                          .string();
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }

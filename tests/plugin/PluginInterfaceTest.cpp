@@ -1,6 +1,3 @@
-#include "plugin/PluginEntry.h"
-#include "plugin/TorvaneVST2Effect.h"
-#include "support/Documents.h"
 #include "support/LoadedPlugin.h"
 #include "support/Signals.h"
 
@@ -18,7 +15,6 @@ namespace {
 
 std::vector<float> guitarLike(size_t frames, int rate) { return sine(196.0, rate, frames, 0.3); }
 
-
 TEST(PluginInterface, ExportsOnlyItsEntryPoints) {
     const auto symbols = scratch() / "symbols.txt";
     const std::string list = "nm -D --defined-only " + buildDirectory() + "/Torvane.so";
@@ -28,7 +24,6 @@ TEST(PluginInterface, ExportsOnlyItsEntryPoints) {
 
 TEST(PluginInterface, TellsItsIdentity) {
     LoadedPlugin plugin;
-    ASSERT_NE(plugin.alias, nullptr);
     Effect effect(plugin);
     const vst2::AEffect& r = *effect.effect;
     EXPECT_EQ(std::tuple(r.magic, r.uniqueID, r.numParams, r.numPrograms, r.numInputs, r.numOutputs,
@@ -73,10 +68,6 @@ TEST(PluginInterface, ParameterNamesAreEightBytesWithNoTerminatorAdded) {
 TEST(PluginInterface, ParametersKeepTheirHostValuesAndIgnoreBadIndices) {
     LoadedPlugin plugin;
     Effect effect(plugin);
-    const float defaults[] = {0.5f, 1.0f, 0.5f, 0.5f, 1.0f, 0.0f, 0.5f, 0.0f};
-    for (int i = 0; i < 8; ++i) {
-        EXPECT_FLOAT_EQ(effect.effect->getParameter(effect.effect, i), defaults[i]) << i;
-    }
     effect.effect->setParameter(effect.effect, 0, 0.8f);
     EXPECT_FLOAT_EQ(effect.effect->getParameter(effect.effect, 0), 0.8f) << "the unmapped value";
     effect.effect->setParameter(effect.effect, 8, 0.3f);
@@ -121,9 +112,9 @@ TEST(PluginInterface, StereoMakesTheSecondChannelItsOwn) {
     for (size_t i = 0; i < right.size(); ++i) {
         right[i] = 0.5f * left[(i * 7) % left.size()];
     }
-    const auto [monoLeft, monoRight] = render(plugin, 2, 0.0f, left, right);
-    EXPECT_EQ(monoLeft, monoRight) << "Stereo off: the second output copies the first";
-    const auto [stereoLeft, stereoRight] = render(plugin, 2, 1.0f, left, right);
+    const auto [monoLeft, monoRight] = render(plugin, 2, 0.49f, left, right);
+    EXPECT_EQ(monoLeft, monoRight) << "Stereo off below 0.5: the second output copies the first";
+    const auto [stereoLeft, stereoRight] = render(plugin, 2, 0.5f, left, right);
     EXPECT_EQ(stereoLeft, monoLeft) << "the first chain does not care";
     EXPECT_NE(stereoRight, stereoLeft) << "Stereo on: the second chain plays the second input";
 }
@@ -389,66 +380,6 @@ TEST(PluginInterface, HostThreadsMayChangeParametersAndRatesWhileAudioRuns) {
     effect.call(vst2::effMainsChanged, 0, 1);
     effect.process(const_cast<float*>(input.data()), nullptr, left.data(), right.data(), 256);
     EXPECT_TRUE(allFinite(left)) << "the last good rate brings the sound back";
-}
-
-std::unique_ptr<torvane::TorvaneVST2Effect> newEffect() {
-    return std::unique_ptr<torvane::TorvaneVST2Effect>(
-        static_cast<torvane::TorvaneVST2Effect*>(torvane::createEffectInstance(versionHost)));
-}
-
-// The C interface turns these into silence; the effect itself passes the driver's refusal on.
-TEST(Effect, BlocksBeforeTheBlockSizeOrWhileSuspendedThrowTheDriversMessage) {
-    auto effect = newEffect();
-    std::vector<float> in(32), left(32), right(32);
-    float* inputs[] = {in.data(), in.data()};
-    float* outputs[] = {left.data(), right.data()};
-    const auto block = [&] { effect->processReplacing(inputs, outputs, 32); };
-    EXPECT_EQ(messageOf(block), "Driver: Cannot process. maxBlockSize is not set.");
-    effect->setSampleRate(48000.0f);
-    effect->setBlockSize(32);
-    effect->suspend();
-    EXPECT_EQ(messageOf(block), "Driver: Cannot process. Driver is in the suspend state.");
-    effect->resume();
-    EXPECT_NO_THROW(block());
-    EXPECT_EQ(messageOf([] { torvane::createEffectInstance(versionHost, "<System/>"); }),
-              "No graphs to parse.")
-        << "a start-up fault leaves with the parser's message";
-}
-
-TEST(Effect, ARateItCannotTakeKeepsItSuspendedUntilARateSucceeds) {
-    auto effect = newEffect();
-    std::vector<float> in(32, 0.1f), left(32), right(32);
-    float* inputs[] = {in.data(), in.data()};
-    float* outputs[] = {left.data(), right.data()};
-    EXPECT_ANY_THROW(effect->setSampleRate(-48000.0f));
-    effect->setBlockSize(32);
-    effect->resume();
-    EXPECT_EQ(messageOf([&] { effect->processReplacing(inputs, outputs, 32); }),
-              "Driver: Cannot process. Driver is in the suspend state.")
-        << "the graphs are half changed; a block must not run on them";
-    effect->setSampleRate(48000.0f);
-    effect->resume();
-    EXPECT_NO_THROW(effect->processReplacing(inputs, outputs, 32));
-}
-
-TEST(Effect, SpeakerArrangementsAndTheStereoSwitchSetTheMonoFlags) {
-    auto effect = newEffect();
-    EXPECT_FALSE(effect->isMonoBus());
-    EXPECT_TRUE(effect->isMonoMode());
-    vst2::VstSpeakerArrangement mono{}, stereo{}, surround{};
-    mono.numChannels = 1;
-    stereo.numChannels = 2;
-    surround.numChannels = 6;
-    EXPECT_TRUE(effect->setSpeakerArrangement(&mono, &mono));
-    EXPECT_TRUE(effect->isMonoBus());
-    EXPECT_TRUE(effect->setSpeakerArrangement(&surround, &stereo));
-    EXPECT_TRUE(effect->isMonoBus()) << "other combinations leave it";
-    effect->setSpeakerArrangement(&stereo, &stereo);
-    EXPECT_FALSE(effect->isMonoBus());
-    effect->setParameter(7, 0.5f);
-    EXPECT_FALSE(effect->isMonoMode()) << "exactly 0.5 is stereo";
-    effect->setParameter(7, 0.49f);
-    EXPECT_TRUE(effect->isMonoMode());
 }
 
 } // namespace

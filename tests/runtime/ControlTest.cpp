@@ -22,9 +22,6 @@ Control::Targets targets(const char* first, int32 type = Property::ScalarType) {
 
 TEST(Control, EachTargetHoldsItsOwnMappedValue) {
     Control control("c", "C", 0.5f);
-    const auto same = [](scalar v) { return v; };
-    EXPECT_EQ(messageOf([&] { control.setMap(std::make_shared<Property>(), same); }),
-              "Control: Properties are not set.");
     auto list = targets("Wiper");
     control.setProperties(list);
     EXPECT_TRUE(control.isDirty());
@@ -35,7 +32,6 @@ TEST(Control, EachTargetHoldsItsOwnMappedValue) {
     EXPECT_FLOAT_EQ((*list)[0]->value, 0.125f) << "only the later value stays";
     EXPECT_FLOAT_EQ((*list)[1]->value, 0.875f);
     EXPECT_FLOAT_EQ(control.getValue(), 0.125f) << "the control keeps the unmapped value";
-    EXPECT_EQ(messageOf([&] { control.setProperties(list); }), "Control: Properties are already set.");
 }
 
 TEST(Control, VectorTargetsGetFreshVectorsAndUnknownTypesAreRefused) {

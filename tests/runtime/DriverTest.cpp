@@ -72,8 +72,6 @@ TEST(Driver, SuspendingARateChangingGraphFailsOnTheAudioThread) {
 
 TEST(Driver, RefusesBlocksItCannotRun) {
     auto unset = std::make_shared<Driver>();
-    EXPECT_EQ(messageOf([&] { unset->process({}, 1); }),
-              "Cannot process. Driver is not initialized.");
     std::istringstream document(oneGraphSystem(element("Gain", "A", "Gain='1'", "Graph"), "A"));
     loadSystem(*unset, document);
     std::vector<scalar> input(4, 0.0f);
@@ -93,7 +91,6 @@ TEST(Driver, RefusesBlocksItCannotRun) {
     }
     EXPECT_EQ(messageOf([&] { unset->process({}, 4); }),
               "Driver: the system reads input 0 but 0 input(s) were given.");
-    EXPECT_EQ(messageOf([&] { unset->getGraph("H"); }), "H is not a valid graph name.");
 }
 
 TEST(Driver, SystemOutputsCanPassTheHostInputThrough) {

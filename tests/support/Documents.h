@@ -56,13 +56,13 @@ std::unique_ptr<T> made(const std::string& properties, const std::string& name =
     return made<T>(props(properties), name, maxBlockSize);
 }
 
-/// The message of the NodaraException that `action` throws, or a marker if none.
+/// The message of the exception that `action` throws, or a marker if none.
 template <class Action>
 std::string messageOf(Action&& action) {
     try {
         action();
-    } catch (const NodaraException& error) {
-        return error.getMessage();
+    } catch (const std::exception& error) {
+        return error.what();
     }
     return "<no exception>";
 }

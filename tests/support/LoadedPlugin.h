@@ -30,14 +30,12 @@ public:
             throw std::runtime_error(dlerror());
         }
         entry = reinterpret_cast<vst2::PluginEntry>(dlsym(handle, "VSTPluginMain"));
-        alias = reinterpret_cast<vst2::PluginEntry>(dlsym(handle, "main"));
     }
     ~LoadedPlugin() { dlclose(handle); }
     LoadedPlugin(const LoadedPlugin&) = delete;
     LoadedPlugin& operator=(const LoadedPlugin&) = delete;
 
     vst2::PluginEntry entry = nullptr;
-    vst2::PluginEntry alias = nullptr;
 
 private:
     void* handle;
