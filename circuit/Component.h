@@ -55,7 +55,10 @@ public:
     /// null for a circuit without inputs.
     virtual void connectInputs(const std::shared_ptr<std::vector<scalar>>& inputs);
 
-    void setNodeIndices(const NodeIndices& indices) { nodeIndices = indices; }
+    void setNodeIndices(const NodeIndices& indices) {
+        nodeIndices = indices;
+        terminalIndices = indices->data();
+    }
     const NodeIndices& getNodeIndices() const { return nodeIndices; }
     const NodeNames& getNodeNames() const { return nodeNames; }
     void setExtraVariableIndex(int32 index) { extraIndex = index; }
@@ -73,7 +76,7 @@ protected:
     /// The first terminal that is not ground, or "" when both are.
     std::string firstUngroundedNode() const;
     /// Index of terminal `terminal` in x, −1 for ground.
-    int32 indexOf(std::size_t terminal) const { return (*nodeIndices)[terminal]; }
+    int32 indexOf(std::size_t terminal) const { return terminalIndices[terminal]; }
     /// Voltage of terminal `terminal` in x; ground reads 0.
     scalar voltageAt(const scalar* x, std::size_t terminal) const {
         const int32 index = indexOf(terminal);
@@ -85,6 +88,8 @@ protected:
     MNAContext* context = nullptr;
     NodeNames nodeNames;
     NodeIndices nodeIndices;
+    /// The data of nodeIndices, read by every evaluation of a stamp.
+    const int32* terminalIndices = nullptr;
     int32 extraIndex = -1;
     std::string fixedVoltageNode;
 };

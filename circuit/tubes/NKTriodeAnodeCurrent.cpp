@@ -219,29 +219,4 @@ const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, s
     return reading;
 }
 
-scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
-    if (!(vpk > 0.0f)) {
-        return 0.0f;
-    }
-    if (!doNotInterpolate && vpk <= vpMax) {
-        return vgk >= vgkMin ? interpolate(std::min(vgk, vgkMax), vpk)[0] : 0.0f;
-    }
-    return lawAt(std::min(vgk, vgkMax), vpk)[0];
-}
-
-CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk) {
-    if (!(vpk > 0.0f)) {
-        return {};
-    }
-    if (doNotInterpolate) {
-        const Cell point = lawAt(vgk, vpk);
-        return {point[1], point[2]};
-    }
-    if (!(vgk >= vgkMin)) {
-        return {};
-    }
-    const Cell& point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
-    return {point[1], point[2]};
-}
-
 } // namespace nodara

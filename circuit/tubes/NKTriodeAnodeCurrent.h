@@ -2,6 +2,7 @@
 
 #include "circuit/tubes/TriodeCurrent.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <memory>
@@ -21,7 +22,7 @@ namespace nodara {
 /// sample then needs no exp, log or pow. With the 12AX7 steps (0.01 V by 2 V) the reading is
 /// within 1 % + 1.5 µA of the law's current and 2 % + 3 µA/V of its slopes from Vpk = 10 V
 /// up; in the first cells, where the current rises as Vpk^Ex, up to some 80 µA.
-class NKTriodeAnodeCurrent : public TriodeCurrent {
+class NKTriodeAnodeCurrent final : public TriodeCurrent {
 public:
     void setProperties(const Properties& properties) override;
     scalar getCurrent(scalar vgk, scalar vpk) override;
@@ -68,5 +69,30 @@ private:
     scalar readVp = std::numeric_limits<scalar>::quiet_NaN();
     Cell reading{};
 };
+
+inline scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
+    if (!(vpk > 0.0f)) {
+        return 0.0f;
+    }
+    if (!doNotInterpolate && vpk <= vpMax) {
+        return vgk >= vgkMin ? interpolate(std::min(vgk, vgkMax), vpk)[0] : 0.0f;
+    }
+    return lawAt(std::min(vgk, vgkMax), vpk)[0];
+}
+
+inline CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk) {
+    if (!(vpk > 0.0f)) {
+        return {};
+    }
+    if (doNotInterpolate) {
+        const Cell point = lawAt(vgk, vpk);
+        return {point[1], point[2]};
+    }
+    if (!(vgk >= vgkMin)) {
+        return {};
+    }
+    const Cell& point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
+    return {point[1], point[2]};
+}
 
 } // namespace nodara

@@ -37,7 +37,7 @@ private:
 };
 
 /// The power law as a triode's grid current: it depends on Vgk alone.
-class PowerLawTriodeGridCurrent : public TriodeCurrent {
+class PowerLawTriodeGridCurrent final : public TriodeCurrent {
 public:
     void setProperties(const Properties& properties) override { law.setProperties(properties); }
     scalar getCurrent(scalar vgk, scalar) override { return law.getCurrent(vgk); }
@@ -48,5 +48,32 @@ public:
 private:
     PowerLawGridCurrent law;
 };
+
+inline scalar PowerLawGridCurrent::lookUp(const std::vector<scalar>& table, scalar overOnset) const {
+    if (overOnset >= vgkMax) {
+        return table.back();
+    }
+    const auto i = static_cast<size_t>(overOnset * reciprocalDeltaVgk);
+    return table[i] + (overOnset - static_cast<scalar>(i) * deltaVgk) * (table[i + 1] - table[i]) *
+                          reciprocalDeltaVgk;
+}
+
+inline scalar PowerLawGridCurrent::getCurrent(scalar vgk) const {
+    const double overOnset = static_cast<double>(vgk) + vc;
+    if (!(overOnset >= 0.0)) {
+        return 0.0f;
+    }
+    return doNotInterpolate ? static_cast<scalar>(lawCurrent(overOnset))
+                            : lookUp(current, static_cast<scalar>(overOnset));
+}
+
+inline scalar PowerLawGridCurrent::getDerivative(scalar vgk) const {
+    const double overOnset = static_cast<double>(vgk) + vc;
+    if (!(overOnset >= 0.0)) {
+        return 0.0f;
+    }
+    return doNotInterpolate ? static_cast<scalar>(lawSlope(overOnset))
+                            : lookUp(slope, static_cast<scalar>(overOnset));
+}
 
 } // namespace nodara

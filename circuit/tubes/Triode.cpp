@@ -1,7 +1,5 @@
 #include "circuit/tubes/Triode.h"
 
-#include "circuit/tubes/NKTriodeAnodeCurrent.h"
-#include "circuit/tubes/PowerLawGridCurrent.h"
 #include "circuit/tubes/TubeSets.h"
 
 #include <algorithm>
@@ -14,10 +12,8 @@ void Triode::configure(const Properties& properties) {
     if (auto type = properties.find("Type"); type != properties.end()) {
         addTriodeSet(type->second, laws);
     }
-    grid = std::make_unique<PowerLawTriodeGridCurrent>();
-    grid->setProperties(laws);
-    anode = std::make_unique<NKTriodeAnodeCurrent>();
-    anode->setProperties(laws);
+    grid.setProperties(laws);
+    anode.setProperties(laws);
 }
 
 void Triode::condition(scalar* x) {
@@ -47,8 +43,8 @@ const scalar* Triode::getRhs(scalar* x) {
     condition(x);
     const scalar vgk = vg - vk;
     const scalar vpk = vp - vk;
-    const scalar ig = grid->getCurrent(vgk, vpk);
-    const scalar ip = anode->getCurrent(vgk, vpk);
+    const scalar ig = grid.getCurrent(vgk, vpk);
+    const scalar ip = anode.getCurrent(vgk, vpk);
     rhs[1] = -ig;
     rhs[0] = -ip;
     rhs[2] = ip + ig;
@@ -59,10 +55,10 @@ Component::Stamp Triode::getJacobian(scalar* x) {
     condition(x);
     const scalar vgk = vg - vk;
     const scalar vpk = vp - vk;
-    const CurrentSlopes slopes = anode->getDerivatives(vgk, vpk);
+    const CurrentSlopes slopes = anode.getDerivatives(vgk, vpk);
     const scalar a = slopes.byVgk;
     const scalar b = slopes.byVpk;
-    const scalar c = grid->getDerivatives(vgk, vpk).byVgk;
+    const scalar c = grid.getDerivatives(vgk, vpk).byVgk;
     jacobian[0][0] = b;
     jacobian[0][1] = a;
     jacobian[0][2] = -a - b;

@@ -2,9 +2,8 @@
 
 #include "circuit/Component.h"
 #include "circuit/StampMatrix.h"
-#include "circuit/tubes/TriodeCurrent.h"
-
-#include <memory>
+#include "circuit/tubes/NKTriodeAnodeCurrent.h"
+#include "circuit/tubes/PowerLawGridCurrent.h"
 
 namespace nodara {
 
@@ -35,8 +34,9 @@ protected:
 private:
     void condition(scalar* x);
 
-    std::unique_ptr<TriodeCurrent> anode;
-    std::unique_ptr<TriodeCurrent> grid;
+    /// Held by value, so that an evaluation calls the laws directly.
+    NKTriodeAnodeCurrent anode;
+    PowerLawTriodeGridCurrent grid;
     scalar rhs[3] = {0.0f, 0.0f, 0.0f};
     StampMatrix jacobian{3, 3};
     scalar vp = 0.0f;
