@@ -187,7 +187,7 @@ NKTriodeAnodeCurrent::Cell NKTriodeAnodeCurrent::lawAt(double vg, double vp) con
                                                 withoutVct.sigma * vg * vp * vp / (s * s * s)))};
 }
 
-const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, scalar vp) {
+const scalar* NKTriodeAnodeCurrent::interpolate(scalar vg, scalar vp) {
     if (vg == readVg && vp == readVp) {
         return reading;
     }
@@ -211,9 +211,7 @@ const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, s
                               left),
                    _mm_mul_ps(_mm_mul_ps(at(row[1]), down), right)),
         _mm_mul_ps(_mm_mul_ps(at(next[1]), up), right));
-    alignas(16) scalar lanes[4];
-    _mm_store_ps(lanes, _mm_mul_ps(sum, _mm_set1_ps(reciprocalDeltaVgk * reciprocalDeltaVpk)));
-    reading = {lanes[0], lanes[1], lanes[2]};
+    _mm_store_ps(reading, _mm_mul_ps(sum, _mm_set1_ps(reciprocalDeltaVgk * reciprocalDeltaVpk)));
     readVg = vg;
     readVp = vp;
     return reading;

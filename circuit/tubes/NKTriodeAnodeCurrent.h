@@ -41,9 +41,10 @@ private:
     std::shared_ptr<Cell[]> buildTables() const;
     /// The law and its slopes at (vg, vp), vp > 0.
     Cell lawAt(double vg, double vp) const;
-    /// Bilinear reading of the table at (vg, vp), both within it. The reading is kept: the
-    /// slopes of a Newton iteration are asked for at the voltages its current was.
-    const Cell& interpolate(scalar vg, scalar vp);
+    /// Bilinear reading of the table at (vg, vp), both within it: current and both slopes.
+    /// The reading is kept: the slopes of a Newton iteration are asked for at the voltages its
+    /// current was.
+    const scalar* interpolate(scalar vg, scalar vp);
 
     double vct = 0.0;
     double kp = 0.0;
@@ -67,7 +68,8 @@ private:
     scalar reciprocalDeltaVgk = 5.0f;
     scalar readVg = std::numeric_limits<scalar>::quiet_NaN();
     scalar readVp = std::numeric_limits<scalar>::quiet_NaN();
-    Cell reading{};
+    /// The kept reading, in the lanes it was computed in; the fourth is not used.
+    alignas(16) scalar reading[4] = {};
 };
 
 inline scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
@@ -91,7 +93,7 @@ inline CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk
     if (!(vgk >= vgkMin)) {
         return {};
     }
-    const Cell& point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
+    const scalar* point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
     return {point[1], point[2]};
 }
 
