@@ -51,6 +51,16 @@ public:
     /// constant through the iterations of a sample.
     virtual bool rhsReadsIterate() { return false; }
     virtual bool isFixedVoltage() { return false; }
+    /// Whether the part, a non-linear one that drives no node and has no extra unknowns, adds
+    /// its rhs and Jacobian straight into the system (addRhsTo, addJacobianTo) rather than
+    /// through its stamps: each iteration then spares the copy through the stamp and the
+    /// context's walk over it. The values and their order are those of getRhs and getJacobian.
+    virtual bool stampsDirectly() { return false; }
+    /// out[index of terminal j] += rhs value j, j in order, grounded terminals skipped.
+    virtual void addRhsTo(scalar*, scalar*) {}
+    /// *targets[j·k + l] += Jacobian (j, l), row by row; an entry the system does not take
+    /// points at a sink.
+    virtual void addJacobianTo(scalar*, scalar* const*) {}
     /// The circuit's input samples of the present sample time, once the context is built;
     /// null for a circuit without inputs.
     virtual void connectInputs(const std::shared_ptr<std::vector<scalar>>& inputs);

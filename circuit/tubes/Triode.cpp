@@ -39,26 +39,42 @@ void Triode::condition(scalar* x) {
     }
 }
 
-const scalar* Triode::getRhs(scalar* x) {
+Triode::Currents Triode::currentsAt(scalar* x) {
     condition(x);
     const scalar vgk = vg - vk;
     const scalar vpk = vp - vk;
     const scalar ig = grid.getCurrent(vgk, vpk);
-    const scalar ip = anode.getCurrent(vgk, vpk);
-    rhs[1] = -ig;
-    rhs[0] = -ip;
-    rhs[2] = ip + ig;
-    return rhs;
+    return {anode.getCurrent(vgk, vpk), ig};
 }
 
-Component::Stamp Triode::getJacobian(scalar* x) {
+Triode::Slopes Triode::slopesAt(scalar* x) {
     condition(x);
     const scalar vgk = vg - vk;
     const scalar vpk = vp - vk;
     const CurrentSlopes slopes = anode.getDerivatives(vgk, vpk);
-    const scalar a = slopes.byVgk;
-    const scalar b = slopes.byVpk;
-    const scalar c = grid.getDerivatives(vgk, vpk).byVgk;
+    return {slopes.byVgk, slopes.byVpk, grid.getDerivatives(vgk, vpk).byVgk};
+}
+
+const scalar* Triode::getRhs(scalar* x) {
+    const Currents currents = currentsAt(x);
+    rhs[1] = -currents.grid;
+    rhs[0] = -currents.anode;
+    rhs[2] = currents.anode + currents.grid;
+    return rhs;
+}
+
+void Triode::addRhsTo(scalar* x, scalar* out) {
+    const Currents currents = currentsAt(x);
+    const scalar values[3] = {-currents.anode, -currents.grid, currents.anode + currents.grid};
+    for (size_t terminal = 0; terminal < 3; ++terminal) {
+        if (indexOf(terminal) >= 0) {
+            out[indexOf(terminal)] += values[terminal];
+        }
+    }
+}
+
+Component::Stamp Triode::getJacobian(scalar* x) {
+    const auto [a, b, c] = slopesAt(x);
     jacobian[0][0] = b;
     jacobian[0][1] = a;
     jacobian[0][2] = -a - b;
@@ -68,6 +84,15 @@ Component::Stamp Triode::getJacobian(scalar* x) {
     jacobian[2][1] = -a - c;
     jacobian[2][2] = a + b + c;
     return jacobian.rows();
+}
+
+// The entry (g, p) is 0, added all the same: the sum keeps the sign of a zero as the stamp's does.
+void Triode::addJacobianTo(scalar* x, scalar* const* targets) {
+    const auto [a, b, c] = slopesAt(x);
+    const scalar rows[9] = {b, a, -a - b, 0.0f, c, -c, -b, -a - c, a + b + c};
+    for (size_t entry = 0; entry < 9; ++entry) {
+        *targets[entry] += rows[entry];
+    }
 }
 
 } // namespace nodara

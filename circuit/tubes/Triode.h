@@ -27,12 +27,29 @@ public:
     bool hasRhs() override { return true; }
     bool rhsReadsIterate() override { return true; }
     bool isNonlinear() override { return true; }
+    bool stampsDirectly() override { return true; }
+    void addRhsTo(scalar* x, scalar* out) override;
+    void addJacobianTo(scalar* x, scalar* const* targets) override;
 
 protected:
     void configure(const Properties& properties) override;
 
 private:
+    struct Currents {
+        scalar anode;
+        scalar grid;
+    };
+    /// a = dIp/dVgk, b = dIp/dVpk, c = dIg/dVgk.
+    struct Slopes {
+        scalar a;
+        scalar b;
+        scalar c;
+    };
+
     void condition(scalar* x);
+    /// Conditions x and evaluates the laws there.
+    Currents currentsAt(scalar* x);
+    Slopes slopesAt(scalar* x);
 
     /// Held by value, so that an evaluation calls the laws directly.
     NKTriodeAnodeCurrent anode;
