@@ -44,10 +44,7 @@ void Pentode::condition(scalar* x) {
     }
 }
 
-void Pentode::requireFinite(const char* what, scalar value, bool withScreen) const {
-    if (std::isfinite(value)) {
-        return;
-    }
+void Pentode::reportNotFinite(const char* what, scalar value, bool withScreen) const {
     std::string message = concat("Pentode: ", what, " is not a valid number: ", value, ", vg=", vg,
                                  ", vp=", vp, ", vk=", vk);
     if (withScreen) {
@@ -93,6 +90,24 @@ Component::Stamp Pentode::getJacobian(scalar* x) {
         std::copy(rows[r], rows[r] + 4, jacobian[r]);
     }
     return jacobian.rows();
+}
+
+void Pentode::addRhsTo(scalar* x, scalar* out) {
+    const scalar* values = getRhs(x);
+    for (size_t terminal = 0; terminal < 4; ++terminal) {
+        if (indexOf(terminal) >= 0) {
+            out[indexOf(terminal)] += values[terminal];
+        }
+    }
+}
+
+void Pentode::addJacobianTo(scalar* x, scalar* const* targets) {
+    const Stamp rows = getJacobian(x);
+    for (size_t r = 0; r < 4; ++r) {
+        for (size_t c = 0; c < 4; ++c) {
+            *targets[4 * r + c] += rows[r][c];
+        }
+    }
 }
 
 } // namespace nodara

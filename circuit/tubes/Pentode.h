@@ -4,6 +4,7 @@
 #include "circuit/StampMatrix.h"
 #include "circuit/tubes/PentodeCurrents.h"
 
+#include <cmath>
 #include <memory>
 
 namespace nodara {
@@ -29,6 +30,9 @@ public:
     bool hasRhs() override { return true; }
     bool rhsReadsIterate() override { return true; }
     bool isNonlinear() override { return true; }
+    bool stampsDirectly() override { return true; }
+    void addRhsTo(scalar* x, scalar* out) override;
+    void addJacobianTo(scalar* x, scalar* const* targets) override;
 
 protected:
     void configure(const Properties& properties) override;
@@ -36,7 +40,12 @@ protected:
 private:
     void condition(scalar* x);
     /// Throws "Pentode: <what> is not a valid number: " unless `value` is finite.
-    void requireFinite(const char* what, scalar value, bool withScreen) const;
+    void requireFinite(const char* what, scalar value, bool withScreen) const {
+        if (!std::isfinite(value)) {
+            reportNotFinite(what, value, withScreen);
+        }
+    }
+    [[noreturn]] void reportNotFinite(const char* what, scalar value, bool withScreen) const;
 
     std::unique_ptr<PentodeCurrent> anode;
     std::unique_ptr<PentodeCurrent> grid;
