@@ -9,6 +9,7 @@
 #include <xmmintrin.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -185,6 +186,18 @@ NKTriodeAnodeCurrent::Cell NKTriodeAnodeCurrent::lawAt(double vg, double vp) con
             static_cast<scalar>(withVct.p * vp * withVct.sigma / s),
             static_cast<scalar>(withoutVct.p * (withoutVct.l / kp -
                                                 withoutVct.sigma * vg * vp * vp / (s * s * s)))};
+}
+
+const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::keptLawAt(scalar vg, scalar vp) {
+    const uint32_t vgBits = std::bit_cast<uint32_t>(vg);
+    const uint32_t vpBits = std::bit_cast<uint32_t>(vp);
+    if (!lawKept || vgBits != lawVg || vpBits != lawVp) {
+        lawPoint = lawAt(vg, vp);
+        lawVg = vgBits;
+        lawVp = vpBits;
+        lawKept = true;
+    }
+    return lawPoint;
 }
 
 const scalar* NKTriodeAnodeCurrent::interpolate(scalar vg, scalar vp) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -41,6 +42,9 @@ private:
     std::shared_ptr<Cell[]> buildTables() const;
     /// The law and its slopes at (vg, vp), vp > 0.
     Cell lawAt(double vg, double vp) const;
+    /// The same, kept for the last (vg, vp) by their bits: a Newton iteration mostly asks for
+    /// the slopes where it asked for the current, and the law gives both at once.
+    const Cell& keptLawAt(scalar vg, scalar vp);
     /// Bilinear reading of the table at (vg, vp), both within it: current and both slopes.
     /// The reading is kept: the slopes of a Newton iteration are asked for at the voltages its
     /// current was.
@@ -70,6 +74,10 @@ private:
     scalar readVp = std::numeric_limits<scalar>::quiet_NaN();
     /// The kept reading, in the lanes it was computed in; the fourth is not used.
     alignas(16) scalar reading[4] = {};
+    uint32_t lawVg = 0;
+    uint32_t lawVp = 0;
+    bool lawKept = false;
+    Cell lawPoint{};
 };
 
 inline scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
@@ -79,7 +87,7 @@ inline scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
     if (!doNotInterpolate && vpk <= vpMax) {
         return vgk >= vgkMin ? interpolate(std::min(vgk, vgkMax), vpk)[0] : 0.0f;
     }
-    return lawAt(std::min(vgk, vgkMax), vpk)[0];
+    return keptLawAt(std::min(vgk, vgkMax), vpk)[0];
 }
 
 inline CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk) {
@@ -87,7 +95,7 @@ inline CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk
         return {};
     }
     if (doNotInterpolate) {
-        const Cell point = lawAt(vgk, vpk);
+        const Cell& point = keptLawAt(vgk, vpk);
         return {point[1], point[2]};
     }
     if (!(vgk >= vgkMin)) {
