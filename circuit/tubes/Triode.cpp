@@ -16,10 +16,16 @@ void Triode::configure(const Properties& properties) {
     anode.setProperties(laws);
 }
 
-void Triode::condition(scalar* x) {
-    vp = voltageAt(x, 0);
-    vg = voltageAt(x, 1);
-    vk = voltageAt(x, 2);
+// In locals throughout: a write to x might otherwise be taken to change the fields, each value
+// then read back after it.
+Triode::Voltages Triode::condition(scalar* x) {
+    const int32 anodeIndex = indexOf(0);
+    const int32 gridIndex = indexOf(1);
+    const int32 cathodeIndex = indexOf(2);
+    const scalar last = lastVp;
+    scalar vp = anodeIndex < 0 ? 0.0f : x[anodeIndex];
+    const scalar vg = gridIndex < 0 ? 0.0f : x[gridIndex];
+    scalar vk = cathodeIndex < 0 ? 0.0f : x[cathodeIndex];
     if (!(vp >= 0.0f)) {
         vp = 0.0f;
     }
@@ -27,30 +33,27 @@ void Triode::condition(scalar* x) {
         vk = 0.0f;
     }
     vp = std::max(vp, std::max(vg, vk));
-    if (lastVp > 0.0f) {
-        vp = std::min(std::max(vp, 0.5f * lastVp), 2.0f * lastVp);
+    if (last > 0.0f) {
+        vp = std::min(std::max(vp, 0.5f * last), 2.0f * last);
     }
     lastVp = vp;
-    if (indexOf(2) >= 0) {
-        x[indexOf(2)] = vk;
+    if (cathodeIndex >= 0) {
+        x[cathodeIndex] = vk;
     }
-    if (indexOf(0) >= 0) {
-        x[indexOf(0)] = vp;
+    if (anodeIndex >= 0) {
+        x[anodeIndex] = vp;
     }
+    return {vg - vk, vp - vk};
 }
 
 Triode::Currents Triode::currentsAt(scalar* x) {
-    condition(x);
-    const scalar vgk = vg - vk;
-    const scalar vpk = vp - vk;
+    const auto [vgk, vpk] = condition(x);
     const scalar ig = grid.getCurrent(vgk, vpk);
     return {anode.getCurrent(vgk, vpk), ig};
 }
 
 Triode::Slopes Triode::slopesAt(scalar* x) {
-    condition(x);
-    const scalar vgk = vg - vk;
-    const scalar vpk = vp - vk;
+    const auto [vgk, vpk] = condition(x);
     const CurrentSlopes slopes = anode.getDerivatives(vgk, vpk);
     return {slopes.byVgk, slopes.byVpk, grid.getDerivatives(vgk, vpk).byVgk};
 }

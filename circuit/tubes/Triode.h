@@ -35,6 +35,11 @@ protected:
     void configure(const Properties& properties) override;
 
 private:
+    /// The grid and anode voltages against the cathode once conditioned.
+    struct Voltages {
+        scalar vgk;
+        scalar vpk;
+    };
     struct Currents {
         scalar anode;
         scalar grid;
@@ -46,7 +51,7 @@ private:
         scalar c;
     };
 
-    void condition(scalar* x);
+    Voltages condition(scalar* x);
     /// Conditions x and evaluates the laws there.
     Currents currentsAt(scalar* x);
     Slopes slopesAt(scalar* x);
@@ -56,11 +61,8 @@ private:
     PowerLawTriodeGridCurrent grid;
     scalar rhs[3] = {0.0f, 0.0f, 0.0f};
     StampMatrix jacobian{3, 3};
-    scalar vp = 0.0f;
     /// The anode voltage of the last evaluation, across iterations and samples; 0 at first.
     scalar lastVp = 0.0f;
-    scalar vg = 0.0f;
-    scalar vk = 0.0f;
 };
 
 } // namespace nodara
