@@ -14,34 +14,43 @@ void Pentode::configure(const Properties& properties) {
     if (auto type = properties.find("Type"); type != properties.end()) {
         addPentodeSet(type->second, laws);
     }
-    grid = std::make_unique<PowerLawPentodeGridCurrent>();
-    grid->setProperties(laws);
-    anode = std::make_unique<NKPentodeAnodeCurrent>();
-    anode->setProperties(laws);
-    screen = std::make_unique<NKPentodeScreenCurrent>();
-    screen->setProperties(laws);
+    grid.setProperties(laws);
+    anode.setProperties(laws);
+    screen.setProperties(laws);
 }
 
-void Pentode::condition(scalar* x) {
-    vp = voltageAt(x, 0);
-    vs = voltageAt(x, 1);
-    vg = voltageAt(x, 2);
-    vk = voltageAt(x, 3);
-    for (scalar* v : {&vs, &vp, &vk}) {
+// In locals, as a write to x might otherwise be taken to change the fields; those keep the
+// voltages for the messages.
+Pentode::Voltages Pentode::condition(scalar* x) {
+    const int32 anodeIndex = indexOf(0);
+    const int32 screenIndex = indexOf(1);
+    const int32 gridIndex = indexOf(2);
+    const int32 cathodeIndex = indexOf(3);
+    const scalar last = lastVp;
+    scalar p = anodeIndex < 0 ? 0.0f : x[anodeIndex];
+    scalar s = screenIndex < 0 ? 0.0f : x[screenIndex];
+    const scalar g = gridIndex < 0 ? 0.0f : x[gridIndex];
+    scalar k = cathodeIndex < 0 ? 0.0f : x[cathodeIndex];
+    for (scalar* v : {&s, &p, &k}) {
         if (!(*v >= 0.0f)) {
             *v = 0.0f;
         }
     }
-    vp = std::max(vp, std::max(vg, vk));
-    if (lastVp > 0.0f) {
-        vp = std::min(std::max(vp, 0.5f * lastVp), 2.0f * lastVp);
+    p = std::max(p, std::max(g, k));
+    if (last > 0.0f) {
+        p = std::min(std::max(p, 0.5f * last), 2.0f * last);
     }
-    lastVp = vp;
-    for (auto [terminal, value] : {std::pair{3, vk}, {0, vp}, {1, vs}}) {
-        if (indexOf(static_cast<size_t>(terminal)) >= 0) {
-            x[indexOf(static_cast<size_t>(terminal))] = value;
+    lastVp = p;
+    for (auto [index, value] : {std::pair{cathodeIndex, k}, {anodeIndex, p}, {screenIndex, s}}) {
+        if (index >= 0) {
+            x[index] = value;
         }
     }
+    vp = p;
+    vs = s;
+    vg = g;
+    vk = k;
+    return {g - k, p - k, s - k};
 }
 
 void Pentode::reportNotFinite(const char* what, scalar value, bool withScreen) const {
@@ -54,11 +63,10 @@ void Pentode::reportNotFinite(const char* what, scalar value, bool withScreen) c
 }
 
 const scalar* Pentode::getRhs(scalar* x) {
-    condition(x);
-    const scalar vgk = vg - vk, vpk = vp - vk, vsk = vs - vk;
-    rhs[2] = -grid->getCurrent(vgk, vpk, vsk);
-    rhs[1] = -screen->getCurrent(vgk, vpk, vsk);
-    rhs[0] = -anode->getCurrent(vgk, vpk, vsk);
+    const auto [vgk, vpk, vsk] = condition(x);
+    rhs[2] = -grid.getCurrent(vgk, vpk, vsk);
+    rhs[1] = -screen.getCurrent(vgk, vpk, vsk);
+    rhs[0] = -anode.getCurrent(vgk, vpk, vsk);
     rhs[3] = -rhs[2] - rhs[0] - rhs[1];
     requireFinite("rhs[p]", rhs[0], false);
     requireFinite("rhs[s]", rhs[1], false);
@@ -68,11 +76,10 @@ const scalar* Pentode::getRhs(scalar* x) {
 }
 
 Component::Stamp Pentode::getJacobian(scalar* x) {
-    condition(x);
-    const scalar vgk = vg - vk, vpk = vp - vk, vsk = vs - vk;
-    const PentodeSlopes a = anode->getDerivatives(vgk, vpk, vsk);
-    const PentodeSlopes s = screen->getDerivatives(vgk, vpk, vsk);
-    const scalar g0 = grid->getDerivatives(vgk, vpk, vsk).byVgk;
+    const auto [vgk, vpk, vsk] = condition(x);
+    const PentodeSlopes a = anode.getDerivatives(vgk, vpk, vsk);
+    const PentodeSlopes s = screen.getDerivatives(vgk, vpk, vsk);
+    const scalar g0 = grid.getDerivatives(vgk, vpk, vsk).byVgk;
     requireFinite("dIgdV", g0, true);
     requireFinite("dIpdVgk", a.byVgk, true);
     requireFinite("dIpdVpk", a.byVpk, true);

@@ -5,7 +5,6 @@
 #include "circuit/tubes/PentodeCurrents.h"
 
 #include <cmath>
-#include <memory>
 
 namespace nodara {
 
@@ -38,7 +37,14 @@ protected:
     void configure(const Properties& properties) override;
 
 private:
-    void condition(scalar* x);
+    /// The grid, anode and screen voltages against the cathode once conditioned.
+    struct Voltages {
+        scalar vgk;
+        scalar vpk;
+        scalar vsk;
+    };
+
+    Voltages condition(scalar* x);
     /// Throws "Pentode: <what> is not a valid number: " unless `value` is finite.
     void requireFinite(const char* what, scalar value, bool withScreen) const {
         if (!std::isfinite(value)) {
@@ -47,11 +53,13 @@ private:
     }
     [[noreturn]] void reportNotFinite(const char* what, scalar value, bool withScreen) const;
 
-    std::unique_ptr<PentodeCurrent> anode;
-    std::unique_ptr<PentodeCurrent> grid;
-    std::unique_ptr<PentodeCurrent> screen;
+    /// Held by value, so that an evaluation calls the laws directly.
+    NKPentodeAnodeCurrent anode;
+    PowerLawPentodeGridCurrent grid;
+    NKPentodeScreenCurrent screen;
     scalar rhs[4] = {0.0f, 0.0f, 0.0f, 0.0f};
     StampMatrix jacobian{4, 4};
+    /// The conditioned voltages, for the messages.
     scalar vp = 0.0f;
     scalar vs = 0.0f;
     /// The anode voltage of the last evaluation, across iterations and samples; 0 at first.
