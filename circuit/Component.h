@@ -92,6 +92,12 @@ protected:
         const int32 index = indexOf(terminal);
         return index < 0 ? 0.0f : x[index];
     }
+    /// Writes the voltage of terminal `terminal` into x; ground takes none.
+    void setVoltageAt(scalar* x, std::size_t terminal, scalar value) const {
+        if (const int32 index = indexOf(terminal); index >= 0) {
+            x[index] = value;
+        }
+    }
     /// The component's scalar settings changed: the solver reassembles before the next block.
     void markMatrixChanged();
 

@@ -1,5 +1,6 @@
 #include "circuit/tubes/Pentode.h"
 
+#include "circuit/tubes/AnodeLimit.h"
 #include "circuit/tubes/TubeSets.h"
 #include "runtime/Exceptions.h"
 
@@ -19,33 +20,17 @@ void Pentode::configure(const Properties& properties) {
     screen.setProperties(laws);
 }
 
-// In locals, as a write to x might otherwise be taken to change the fields; those keep the
-// voltages for the messages.
+// In locals, as a write to x might otherwise be taken to change a field, read back after it;
+// the fields keep the voltages for the messages.
 Pentode::Voltages Pentode::condition(scalar* x) {
-    const int32 anodeIndex = indexOf(0);
-    const int32 screenIndex = indexOf(1);
-    const int32 gridIndex = indexOf(2);
-    const int32 cathodeIndex = indexOf(3);
-    const scalar last = lastVp;
-    scalar p = anodeIndex < 0 ? 0.0f : x[anodeIndex];
-    scalar s = screenIndex < 0 ? 0.0f : x[screenIndex];
-    const scalar g = gridIndex < 0 ? 0.0f : x[gridIndex];
-    scalar k = cathodeIndex < 0 ? 0.0f : x[cathodeIndex];
-    for (scalar* v : {&s, &p, &k}) {
-        if (!(*v >= 0.0f)) {
-            *v = 0.0f;
-        }
-    }
-    p = std::max(p, std::max(g, k));
-    if (last > 0.0f) {
-        p = std::min(std::max(p, 0.5f * last), 2.0f * last);
-    }
+    const scalar s = notBelowZero(voltageAt(x, 1));
+    const scalar g = voltageAt(x, 2);
+    const scalar k = notBelowZero(voltageAt(x, 3));
+    const scalar p = limitAnode(notBelowZero(voltageAt(x, 0)), g, k, lastVp);
     lastVp = p;
-    for (auto [index, value] : {std::pair{cathodeIndex, k}, {anodeIndex, p}, {screenIndex, s}}) {
-        if (index >= 0) {
-            x[index] = value;
-        }
-    }
+    setVoltageAt(x, 3, k);
+    setVoltageAt(x, 0, p);
+    setVoltageAt(x, 1, s);
     vp = p;
     vs = s;
     vg = g;

@@ -1,8 +1,7 @@
 #include "circuit/tubes/Triode.h"
 
+#include "circuit/tubes/AnodeLimit.h"
 #include "circuit/tubes/TubeSets.h"
-
-#include <algorithm>
 
 namespace nodara {
 
@@ -16,33 +15,14 @@ void Triode::configure(const Properties& properties) {
     anode.setProperties(laws);
 }
 
-// In locals throughout: a write to x might otherwise be taken to change the fields, each value
-// then read back after it.
+// In locals: a write to x might otherwise be taken to change a field, read back after it.
 Triode::Voltages Triode::condition(scalar* x) {
-    const int32 anodeIndex = indexOf(0);
-    const int32 gridIndex = indexOf(1);
-    const int32 cathodeIndex = indexOf(2);
-    const scalar last = lastVp;
-    scalar vp = anodeIndex < 0 ? 0.0f : x[anodeIndex];
-    const scalar vg = gridIndex < 0 ? 0.0f : x[gridIndex];
-    scalar vk = cathodeIndex < 0 ? 0.0f : x[cathodeIndex];
-    if (!(vp >= 0.0f)) {
-        vp = 0.0f;
-    }
-    if (!(vk >= 0.0f)) {
-        vk = 0.0f;
-    }
-    vp = std::max(vp, std::max(vg, vk));
-    if (last > 0.0f) {
-        vp = std::min(std::max(vp, 0.5f * last), 2.0f * last);
-    }
+    const scalar vg = voltageAt(x, 1);
+    const scalar vk = notBelowZero(voltageAt(x, 2));
+    const scalar vp = limitAnode(notBelowZero(voltageAt(x, 0)), vg, vk, lastVp);
     lastVp = vp;
-    if (cathodeIndex >= 0) {
-        x[cathodeIndex] = vk;
-    }
-    if (anodeIndex >= 0) {
-        x[anodeIndex] = vp;
-    }
+    setVoltageAt(x, 2, vk);
+    setVoltageAt(x, 0, vp);
     return {vg - vk, vp - vk};
 }
 
