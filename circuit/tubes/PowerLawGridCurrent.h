@@ -21,6 +21,8 @@ public:
     scalar getDerivative(scalar vgk) const;
 
 private:
+    /// The current or, with `slopeWanted`, its slope at vgk: 0 below the onset.
+    scalar valueAt(scalar vgk, bool slopeWanted) const;
     scalar lookUp(const std::vector<scalar>& table, scalar overOnset) const;
     double lawCurrent(double overOnset) const;
     double lawSlope(double overOnset) const;
@@ -58,22 +60,19 @@ inline scalar PowerLawGridCurrent::lookUp(const std::vector<scalar>& table, scal
                           reciprocalDeltaVgk;
 }
 
-inline scalar PowerLawGridCurrent::getCurrent(scalar vgk) const {
+inline scalar PowerLawGridCurrent::valueAt(scalar vgk, bool slopeWanted) const {
     const double overOnset = static_cast<double>(vgk) + vc;
     if (!(overOnset >= 0.0)) {
         return 0.0f;
     }
-    return doNotInterpolate ? static_cast<scalar>(lawCurrent(overOnset))
-                            : lookUp(current, static_cast<scalar>(overOnset));
+    if (doNotInterpolate) {
+        return static_cast<scalar>(slopeWanted ? lawSlope(overOnset) : lawCurrent(overOnset));
+    }
+    return lookUp(slopeWanted ? slope : current, static_cast<scalar>(overOnset));
 }
 
-inline scalar PowerLawGridCurrent::getDerivative(scalar vgk) const {
-    const double overOnset = static_cast<double>(vgk) + vc;
-    if (!(overOnset >= 0.0)) {
-        return 0.0f;
-    }
-    return doNotInterpolate ? static_cast<scalar>(lawSlope(overOnset))
-                            : lookUp(slope, static_cast<scalar>(overOnset));
-}
+inline scalar PowerLawGridCurrent::getCurrent(scalar vgk) const { return valueAt(vgk, false); }
+
+inline scalar PowerLawGridCurrent::getDerivative(scalar vgk) const { return valueAt(vgk, true); }
 
 } // namespace nodara
