@@ -51,11 +51,24 @@ public:
     /// constant through the iterations of a sample.
     virtual bool rhsReadsIterate() { return false; }
     virtual bool isFixedVoltage() { return false; }
+    /// Whether the part, a non-linear one that drives no node and has no extra unknowns, adds
+    /// its rhs and Jacobian straight into the system (addRhsTo, addJacobianTo) rather than
+    /// through its stamps: each iteration then spares the copy through the stamp and the
+    /// context's walk over it. The values and their order are those of getRhs and getJacobian.
+    virtual bool stampsDirectly() { return false; }
+    /// out[index of terminal j] += rhs value j, j in order, grounded terminals skipped.
+    virtual void addRhsTo(scalar*, scalar*) {}
+    /// *targets[j·k + l] += Jacobian (j, l), row by row; an entry the system does not take
+    /// points at a sink.
+    virtual void addJacobianTo(scalar*, scalar* const*) {}
     /// The circuit's input samples of the present sample time, once the context is built;
     /// null for a circuit without inputs.
     virtual void connectInputs(const std::shared_ptr<std::vector<scalar>>& inputs);
 
-    void setNodeIndices(const NodeIndices& indices) { nodeIndices = indices; }
+    void setNodeIndices(const NodeIndices& indices) {
+        nodeIndices = indices;
+        terminalIndices = indices->data();
+    }
     const NodeIndices& getNodeIndices() const { return nodeIndices; }
     const NodeNames& getNodeNames() const { return nodeNames; }
     void setExtraVariableIndex(int32 index) { extraIndex = index; }
@@ -73,11 +86,17 @@ protected:
     /// The first terminal that is not ground, or "" when both are.
     std::string firstUngroundedNode() const;
     /// Index of terminal `terminal` in x, −1 for ground.
-    int32 indexOf(std::size_t terminal) const { return (*nodeIndices)[terminal]; }
+    int32 indexOf(std::size_t terminal) const { return terminalIndices[terminal]; }
     /// Voltage of terminal `terminal` in x; ground reads 0.
     scalar voltageAt(const scalar* x, std::size_t terminal) const {
         const int32 index = indexOf(terminal);
         return index < 0 ? 0.0f : x[index];
+    }
+    /// Writes the voltage of terminal `terminal` into x; ground takes none.
+    void setVoltageAt(scalar* x, std::size_t terminal, scalar value) const {
+        if (const int32 index = indexOf(terminal); index >= 0) {
+            x[index] = value;
+        }
     }
     /// The component's scalar settings changed: the solver reassembles before the next block.
     void markMatrixChanged();
@@ -85,6 +104,8 @@ protected:
     MNAContext* context = nullptr;
     NodeNames nodeNames;
     NodeIndices nodeIndices;
+    /// The data of nodeIndices, read by every evaluation of a stamp.
+    const int32* terminalIndices = nullptr;
     int32 extraIndex = -1;
     std::string fixedVoltageNode;
 };

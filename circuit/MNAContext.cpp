@@ -85,11 +85,11 @@ void MNAContext::build() {
     }
     findOutputs();
     const int32 n = nodeIndexMax + 1 + extraCount + (-1 - fixedCounter);
-    gatherPartRows(n);
     solution = Eigen::VectorXf::Zero(n);
     fixedValues = Eigen::VectorXf::Zero(n);
     staticMatrix = Eigen::MatrixXf::Zero(n, n);
     dynamicMatrix = Eigen::MatrixXf::Zero(n, n);
+    gatherPartRows(n);
     initialized = true;
 }
 
@@ -191,15 +191,25 @@ void MNAContext::findOutputs() {
 
 void MNAContext::gatherPartRows(int32 n) {
     for (size_t c = 0; c < components.size(); ++c) {
+        // A part that drives a node or has extra unknowns goes through its stamps whatever it
+        // answers: the direct calls know neither.
+        const bool direct = components[c]->stampsDirectly() && fixedIndex[c] < 0 &&
+                            extraCounts[c] == 0;
         PartRows rows{components[c], nodeIndices[c]->data(),
                       static_cast<int32>(nodeIndices[c]->size()), fixedIndex[c],
-                      extraBase[c], extraCounts[c], 0, 0, 0, 0};
+                      extraBase[c], extraCounts[c], 0, 0, 0, 0, direct, 0};
         if (hasRhsFlags[c]) {
-            gatherRhsEntries(rows);
+            if (!direct) {
+                gatherRhsEntries(rows);
+            }
             (components[c]->rhsReadsIterate() ? iterateRhsParts : sampleRhsParts).push_back(rows);
         }
         if (nonlinearFlags[c]) {
-            gatherStampEntries(rows, n);
+            if (direct) {
+                gatherStampTargets(rows);
+            } else {
+                gatherStampEntries(rows, n);
+            }
             nonlinearParts.push_back(rows);
         }
         if (fixedIndex[c] >= 0 &&
@@ -224,6 +234,20 @@ void MNAContext::gatherStampEntries(PartRows& part, int32 n) {
         }
     }
     part.endEntry = static_cast<int32>(jacobianEntries.size());
+}
+
+void MNAContext::gatherStampTargets(PartRows& part) {
+    const int32 last = nodeIndexMax + extraCount;
+    part.firstTarget = static_cast<int32>(jacobianTargets.size());
+    for (int32 j = 0; j < part.nodeCount; ++j) {
+        const int32 row = part.nodes[j];
+        const bool rowTaken = row != -1 && row <= last;
+        for (int32 l = 0; l < part.nodeCount; ++l) {
+            jacobianTargets.push_back(rowTaken && part.nodes[l] != -1
+                                          ? &dynamicMatrix(row, part.nodes[l])
+                                          : &jacobianSink);
+        }
+    }
 }
 
 void MNAContext::gatherRhsEntries(PartRows& part) {
@@ -311,6 +335,11 @@ Eigen::MatrixXf& MNAContext::assembleJacobian(Eigen::VectorXf& x) {
     std::copy(staticMatrix.data(), staticMatrix.data() + staticMatrix.size(), dynamicMatrix.data());
     scalar* target = dynamicMatrix.data();
     for (const PartRows& part : nonlinearParts) {
+        if (part.direct) {
+            part.component->addJacobianTo(
+                x.data(), jacobianTargets.data() + static_cast<size_t>(part.firstTarget));
+            continue;
+        }
         if (Component::Stamp jacobian = part.component->getJacobian(x.data())) {
             for (int32 e = part.firstEntry; e < part.endEntry; ++e) {
                 const StampEntry& entry = jacobianEntries[static_cast<size_t>(e)];
@@ -345,6 +374,10 @@ void MNAContext::addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::Ve
     scalar* sum = out.data();
     scalar* driven = fixedValues.data();
     for (const PartRows& part : parts) {
+        if (part.direct) {
+            part.component->addRhsTo(x, sum);
+            continue;
+        }
         const scalar* r = part.component->getRhs(x);
         if (r == nullptr) {
             continue;

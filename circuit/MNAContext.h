@@ -99,6 +99,10 @@ private:
         /// Its rhs values that reach the system, as [first, end) of `rhsEntries`.
         int32 firstRhsEntry;
         int32 endRhsEntry;
+        /// Whether it adds into the system itself; its Jacobian's k·k targets then begin at
+        /// `firstTarget` of `jacobianTargets`.
+        bool direct;
+        int32 firstTarget;
     };
     /// Where value `source` of a part's rhs goes: added to out[target], or, at the node the part
     /// drives, assigned to the fixed values.
@@ -118,6 +122,8 @@ private:
     void gatherPartRows(int32 n);
     /// The entries of a node-by-node stamp that the rule of G keeps, for J's data.
     void gatherStampEntries(PartRows& part, int32 n);
+    /// The same as addresses in J, the entries left out pointing at the sink.
+    void gatherStampTargets(PartRows& part);
     void gatherRhsEntries(PartRows& part);
     void addRhs(const std::vector<PartRows>& parts, scalar* x, Eigen::VectorXf& out);
     void assignFixedRows(Eigen::VectorXf& out);
@@ -162,6 +168,9 @@ private:
     std::vector<PartRows> nonlinearParts;
     std::vector<StampEntry> jacobianEntries;
     std::vector<RhsEntry> rhsEntries;
+    std::vector<scalar*> jacobianTargets;
+    /// Takes the Jacobian entries of direct parts that J does not; never read.
+    scalar jacobianSink = 0.0f;
     /// The fixed-voltage nodes driven, once each.
     std::vector<int32> fixedRows;
     int32 analysisMode = 1;

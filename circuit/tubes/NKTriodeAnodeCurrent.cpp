@@ -9,6 +9,7 @@
 #include <xmmintrin.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -187,7 +188,19 @@ NKTriodeAnodeCurrent::Cell NKTriodeAnodeCurrent::lawAt(double vg, double vp) con
                                                 withoutVct.sigma * vg * vp * vp / (s * s * s)))};
 }
 
-const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, scalar vp) {
+const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::keptLawAt(scalar vg, scalar vp) {
+    const uint32_t vgBits = std::bit_cast<uint32_t>(vg);
+    const uint32_t vpBits = std::bit_cast<uint32_t>(vp);
+    if (!lawKept || vgBits != lawVg || vpBits != lawVp) {
+        lawPoint = lawAt(vg, vp);
+        lawVg = vgBits;
+        lawVp = vpBits;
+        lawKept = true;
+    }
+    return lawPoint;
+}
+
+const scalar* NKTriodeAnodeCurrent::interpolate(scalar vg, scalar vp) {
     if (vg == readVg && vp == readVp) {
         return reading;
     }
@@ -211,37 +224,10 @@ const NKTriodeAnodeCurrent::Cell& NKTriodeAnodeCurrent::interpolate(scalar vg, s
                               left),
                    _mm_mul_ps(_mm_mul_ps(at(row[1]), down), right)),
         _mm_mul_ps(_mm_mul_ps(at(next[1]), up), right));
-    alignas(16) scalar lanes[4];
-    _mm_store_ps(lanes, _mm_mul_ps(sum, _mm_set1_ps(reciprocalDeltaVgk * reciprocalDeltaVpk)));
-    reading = {lanes[0], lanes[1], lanes[2]};
+    _mm_store_ps(reading, _mm_mul_ps(sum, _mm_set1_ps(reciprocalDeltaVgk * reciprocalDeltaVpk)));
     readVg = vg;
     readVp = vp;
     return reading;
-}
-
-scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
-    if (!(vpk > 0.0f)) {
-        return 0.0f;
-    }
-    if (!doNotInterpolate && vpk <= vpMax) {
-        return vgk >= vgkMin ? interpolate(std::min(vgk, vgkMax), vpk)[0] : 0.0f;
-    }
-    return lawAt(std::min(vgk, vgkMax), vpk)[0];
-}
-
-CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk) {
-    if (!(vpk > 0.0f)) {
-        return {};
-    }
-    if (doNotInterpolate) {
-        const Cell point = lawAt(vgk, vpk);
-        return {point[1], point[2]};
-    }
-    if (!(vgk >= vgkMin)) {
-        return {};
-    }
-    const Cell& point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
-    return {point[1], point[2]};
 }
 
 } // namespace nodara

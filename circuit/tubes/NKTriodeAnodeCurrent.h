@@ -2,7 +2,9 @@
 
 #include "circuit/tubes/TriodeCurrent.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -21,7 +23,7 @@ namespace nodara {
 /// sample then needs no exp, log or pow. With the 12AX7 steps (0.01 V by 2 V) the reading is
 /// within 1 % + 1.5 µA of the law's current and 2 % + 3 µA/V of its slopes from Vpk = 10 V
 /// up; in the first cells, where the current rises as Vpk^Ex, up to some 80 µA.
-class NKTriodeAnodeCurrent : public TriodeCurrent {
+class NKTriodeAnodeCurrent final : public TriodeCurrent {
 public:
     void setProperties(const Properties& properties) override;
     scalar getCurrent(scalar vgk, scalar vpk) override;
@@ -40,9 +42,13 @@ private:
     std::shared_ptr<Cell[]> buildTables() const;
     /// The law and its slopes at (vg, vp), vp > 0.
     Cell lawAt(double vg, double vp) const;
-    /// Bilinear reading of the table at (vg, vp), both within it. The reading is kept: the
-    /// slopes of a Newton iteration are asked for at the voltages its current was.
-    const Cell& interpolate(scalar vg, scalar vp);
+    /// The same, kept for the last (vg, vp) by their bits: a Newton iteration mostly asks for
+    /// the slopes where it asked for the current, and the law gives both at once.
+    const Cell& keptLawAt(scalar vg, scalar vp);
+    /// Bilinear reading of the table at (vg, vp), both within it: current and both slopes.
+    /// The reading is kept: the slopes of a Newton iteration are asked for at the voltages its
+    /// current was.
+    const scalar* interpolate(scalar vg, scalar vp);
 
     double vct = 0.0;
     double kp = 0.0;
@@ -66,7 +72,37 @@ private:
     scalar reciprocalDeltaVgk = 5.0f;
     scalar readVg = std::numeric_limits<scalar>::quiet_NaN();
     scalar readVp = std::numeric_limits<scalar>::quiet_NaN();
-    Cell reading{};
+    /// The kept reading, in the lanes it was computed in; the fourth is not used.
+    alignas(16) scalar reading[4] = {};
+    uint32_t lawVg = 0;
+    uint32_t lawVp = 0;
+    bool lawKept = false;
+    Cell lawPoint{};
 };
+
+inline scalar NKTriodeAnodeCurrent::getCurrent(scalar vgk, scalar vpk) {
+    if (!(vpk > 0.0f)) {
+        return 0.0f;
+    }
+    if (!doNotInterpolate && vpk <= vpMax) {
+        return vgk >= vgkMin ? interpolate(std::min(vgk, vgkMax), vpk)[0] : 0.0f;
+    }
+    return keptLawAt(std::min(vgk, vgkMax), vpk)[0];
+}
+
+inline CurrentSlopes NKTriodeAnodeCurrent::getDerivatives(scalar vgk, scalar vpk) {
+    if (!(vpk > 0.0f)) {
+        return {};
+    }
+    if (doNotInterpolate) {
+        const Cell& point = keptLawAt(vgk, vpk);
+        return {point[1], point[2]};
+    }
+    if (!(vgk >= vgkMin)) {
+        return {};
+    }
+    const scalar* point = interpolate(std::min(vgk, vgkMax), std::min(vpk, vpMax));
+    return {point[1], point[2]};
+}
 
 } // namespace nodara

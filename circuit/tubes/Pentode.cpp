@@ -1,5 +1,6 @@
 #include "circuit/tubes/Pentode.h"
 
+#include "circuit/tubes/AnodeLimit.h"
 #include "circuit/tubes/TubeSets.h"
 #include "runtime/Exceptions.h"
 
@@ -14,40 +15,30 @@ void Pentode::configure(const Properties& properties) {
     if (auto type = properties.find("Type"); type != properties.end()) {
         addPentodeSet(type->second, laws);
     }
-    grid = std::make_unique<PowerLawPentodeGridCurrent>();
-    grid->setProperties(laws);
-    anode = std::make_unique<NKPentodeAnodeCurrent>();
-    anode->setProperties(laws);
-    screen = std::make_unique<NKPentodeScreenCurrent>();
-    screen->setProperties(laws);
+    grid.setProperties(laws);
+    anode.setProperties(laws);
+    screen.setProperties(laws);
 }
 
-void Pentode::condition(scalar* x) {
-    vp = voltageAt(x, 0);
-    vs = voltageAt(x, 1);
-    vg = voltageAt(x, 2);
-    vk = voltageAt(x, 3);
-    for (scalar* v : {&vs, &vp, &vk}) {
-        if (!(*v >= 0.0f)) {
-            *v = 0.0f;
-        }
-    }
-    vp = std::max(vp, std::max(vg, vk));
-    if (lastVp > 0.0f) {
-        vp = std::min(std::max(vp, 0.5f * lastVp), 2.0f * lastVp);
-    }
-    lastVp = vp;
-    for (auto [terminal, value] : {std::pair{3, vk}, {0, vp}, {1, vs}}) {
-        if (indexOf(static_cast<size_t>(terminal)) >= 0) {
-            x[indexOf(static_cast<size_t>(terminal))] = value;
-        }
-    }
+// In locals, as a write to x might otherwise be taken to change a field, read back after it;
+// the fields keep the voltages for the messages.
+Pentode::Voltages Pentode::condition(scalar* x) {
+    const scalar s = notBelowZero(voltageAt(x, 1));
+    const scalar g = voltageAt(x, 2);
+    const scalar k = notBelowZero(voltageAt(x, 3));
+    const scalar p = limitAnode(notBelowZero(voltageAt(x, 0)), g, k, lastVp);
+    lastVp = p;
+    setVoltageAt(x, 3, k);
+    setVoltageAt(x, 0, p);
+    setVoltageAt(x, 1, s);
+    vp = p;
+    vs = s;
+    vg = g;
+    vk = k;
+    return {g - k, p - k, s - k};
 }
 
-void Pentode::requireFinite(const char* what, scalar value, bool withScreen) const {
-    if (std::isfinite(value)) {
-        return;
-    }
+void Pentode::reportNotFinite(const char* what, scalar value, bool withScreen) const {
     std::string message = concat("Pentode: ", what, " is not a valid number: ", value, ", vg=", vg,
                                  ", vp=", vp, ", vk=", vk);
     if (withScreen) {
@@ -57,11 +48,10 @@ void Pentode::requireFinite(const char* what, scalar value, bool withScreen) con
 }
 
 const scalar* Pentode::getRhs(scalar* x) {
-    condition(x);
-    const scalar vgk = vg - vk, vpk = vp - vk, vsk = vs - vk;
-    rhs[2] = -grid->getCurrent(vgk, vpk, vsk);
-    rhs[1] = -screen->getCurrent(vgk, vpk, vsk);
-    rhs[0] = -anode->getCurrent(vgk, vpk, vsk);
+    const auto [vgk, vpk, vsk] = condition(x);
+    rhs[2] = -grid.getCurrent(vgk, vpk, vsk);
+    rhs[1] = -screen.getCurrent(vgk, vpk, vsk);
+    rhs[0] = -anode.getCurrent(vgk, vpk, vsk);
     rhs[3] = -rhs[2] - rhs[0] - rhs[1];
     requireFinite("rhs[p]", rhs[0], false);
     requireFinite("rhs[s]", rhs[1], false);
@@ -71,11 +61,10 @@ const scalar* Pentode::getRhs(scalar* x) {
 }
 
 Component::Stamp Pentode::getJacobian(scalar* x) {
-    condition(x);
-    const scalar vgk = vg - vk, vpk = vp - vk, vsk = vs - vk;
-    const PentodeSlopes a = anode->getDerivatives(vgk, vpk, vsk);
-    const PentodeSlopes s = screen->getDerivatives(vgk, vpk, vsk);
-    const scalar g0 = grid->getDerivatives(vgk, vpk, vsk).byVgk;
+    const auto [vgk, vpk, vsk] = condition(x);
+    const PentodeSlopes a = anode.getDerivatives(vgk, vpk, vsk);
+    const PentodeSlopes s = screen.getDerivatives(vgk, vpk, vsk);
+    const scalar g0 = grid.getDerivatives(vgk, vpk, vsk).byVgk;
     requireFinite("dIgdV", g0, true);
     requireFinite("dIpdVgk", a.byVgk, true);
     requireFinite("dIpdVpk", a.byVpk, true);
@@ -93,6 +82,24 @@ Component::Stamp Pentode::getJacobian(scalar* x) {
         std::copy(rows[r], rows[r] + 4, jacobian[r]);
     }
     return jacobian.rows();
+}
+
+void Pentode::addRhsTo(scalar* x, scalar* out) {
+    const scalar* values = getRhs(x);
+    for (size_t terminal = 0; terminal < 4; ++terminal) {
+        if (indexOf(terminal) >= 0) {
+            out[indexOf(terminal)] += values[terminal];
+        }
+    }
+}
+
+void Pentode::addJacobianTo(scalar* x, scalar* const* targets) {
+    const Stamp rows = getJacobian(x);
+    for (size_t r = 0; r < 4; ++r) {
+        for (size_t c = 0; c < 4; ++c) {
+            *targets[4 * r + c] += rows[r][c];
+        }
+    }
 }
 
 } // namespace nodara

@@ -4,7 +4,7 @@
 #include "circuit/StampMatrix.h"
 #include "circuit/tubes/PentodeCurrents.h"
 
-#include <memory>
+#include <cmath>
 
 namespace nodara {
 
@@ -29,20 +29,37 @@ public:
     bool hasRhs() override { return true; }
     bool rhsReadsIterate() override { return true; }
     bool isNonlinear() override { return true; }
+    bool stampsDirectly() override { return true; }
+    void addRhsTo(scalar* x, scalar* out) override;
+    void addJacobianTo(scalar* x, scalar* const* targets) override;
 
 protected:
     void configure(const Properties& properties) override;
 
 private:
-    void condition(scalar* x);
-    /// Throws "Pentode: <what> is not a valid number: " unless `value` is finite.
-    void requireFinite(const char* what, scalar value, bool withScreen) const;
+    /// The grid, anode and screen voltages against the cathode once conditioned.
+    struct Voltages {
+        scalar vgk;
+        scalar vpk;
+        scalar vsk;
+    };
 
-    std::unique_ptr<PentodeCurrent> anode;
-    std::unique_ptr<PentodeCurrent> grid;
-    std::unique_ptr<PentodeCurrent> screen;
+    Voltages condition(scalar* x);
+    /// Throws "Pentode: <what> is not a valid number: " unless `value` is finite.
+    void requireFinite(const char* what, scalar value, bool withScreen) const {
+        if (!std::isfinite(value)) {
+            reportNotFinite(what, value, withScreen);
+        }
+    }
+    [[noreturn]] void reportNotFinite(const char* what, scalar value, bool withScreen) const;
+
+    /// Held by value, so that an evaluation calls the laws directly.
+    NKPentodeAnodeCurrent anode;
+    PowerLawPentodeGridCurrent grid;
+    NKPentodeScreenCurrent screen;
     scalar rhs[4] = {0.0f, 0.0f, 0.0f, 0.0f};
     StampMatrix jacobian{4, 4};
+    /// The conditioned voltages, for the messages.
     scalar vp = 0.0f;
     scalar vs = 0.0f;
     /// The anode voltage of the last evaluation, across iterations and samples; 0 at first.

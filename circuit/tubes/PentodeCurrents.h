@@ -46,7 +46,7 @@ struct KorenPentodeParameters {
 ///   Ip = atan(Vpk/Kvb)·E1^Ex·(1 + sign E1)/Kg1.
 /// The slopes by Vgk and Vsk are formed from the current with screen and anode voltages
 /// exchanged, Ex·I′/E1·dE1/dX with I′ = Ip(Vgk, Vsk, Vpk): that is how this law defines them.
-class NKPentodeAnodeCurrent : public PentodeCurrent {
+class NKPentodeAnodeCurrent final : public PentodeCurrent {
 public:
     void setProperties(const Properties& properties) override;
     scalar getCurrent(scalar vgk, scalar vpk, scalar vsk) override;
@@ -73,7 +73,7 @@ private:
 };
 
 /// Koren's screen current: Is = w^1.5/Kg2 with w = Vsk/mu + Vgk, 0 for w ≤ 0.
-class NKPentodeScreenCurrent : public PentodeCurrent {
+class NKPentodeScreenCurrent final : public PentodeCurrent {
 public:
     void setProperties(const Properties& properties) override;
     scalar getCurrent(scalar vgk, scalar vpk, scalar vsk) override;
@@ -84,7 +84,7 @@ private:
 };
 
 /// The grid power law of PowerLawGridCurrent, on Vgk alone.
-class PowerLawPentodeGridCurrent : public PentodeCurrent {
+class PowerLawPentodeGridCurrent final : public PentodeCurrent {
 public:
     void setProperties(const Properties& properties) override { law.setProperties(properties); }
     scalar getCurrent(scalar vgk, scalar, scalar) override { return law.getCurrent(vgk); }

@@ -46,31 +46,4 @@ double PowerLawGridCurrent::lawSlope(double overOnset) const {
     return igc * (n - 1.0) * std::pow(overOnset, n - 1.0);
 }
 
-scalar PowerLawGridCurrent::lookUp(const std::vector<scalar>& table, scalar overOnset) const {
-    if (overOnset >= vgkMax) {
-        return table.back();
-    }
-    const auto i = static_cast<size_t>(overOnset * reciprocalDeltaVgk);
-    return table[i] + (overOnset - static_cast<scalar>(i) * deltaVgk) * (table[i + 1] - table[i]) *
-                          reciprocalDeltaVgk;
-}
-
-scalar PowerLawGridCurrent::getCurrent(scalar vgk) const {
-    const double overOnset = static_cast<double>(vgk) + vc;
-    if (!(overOnset >= 0.0)) {
-        return 0.0f;
-    }
-    return doNotInterpolate ? static_cast<scalar>(lawCurrent(overOnset))
-                            : lookUp(current, static_cast<scalar>(overOnset));
-}
-
-scalar PowerLawGridCurrent::getDerivative(scalar vgk) const {
-    const double overOnset = static_cast<double>(vgk) + vc;
-    if (!(overOnset >= 0.0)) {
-        return 0.0f;
-    }
-    return doNotInterpolate ? static_cast<scalar>(lawSlope(overOnset))
-                            : lookUp(slope, static_cast<scalar>(overOnset));
-}
-
 } // namespace nodara

@@ -21,6 +21,8 @@ public:
     scalar getDerivative(scalar vgk) const;
 
 private:
+    /// The current or, with `slopeWanted`, its slope at vgk: 0 below the onset.
+    scalar valueAt(scalar vgk, bool slopeWanted) const;
     scalar lookUp(const std::vector<scalar>& table, scalar overOnset) const;
     double lawCurrent(double overOnset) const;
     double lawSlope(double overOnset) const;
@@ -37,7 +39,7 @@ private:
 };
 
 /// The power law as a triode's grid current: it depends on Vgk alone.
-class PowerLawTriodeGridCurrent : public TriodeCurrent {
+class PowerLawTriodeGridCurrent final : public TriodeCurrent {
 public:
     void setProperties(const Properties& properties) override { law.setProperties(properties); }
     scalar getCurrent(scalar vgk, scalar) override { return law.getCurrent(vgk); }
@@ -48,5 +50,29 @@ public:
 private:
     PowerLawGridCurrent law;
 };
+
+inline scalar PowerLawGridCurrent::lookUp(const std::vector<scalar>& table, scalar overOnset) const {
+    if (overOnset >= vgkMax) {
+        return table.back();
+    }
+    const auto i = static_cast<size_t>(overOnset * reciprocalDeltaVgk);
+    return table[i] + (overOnset - static_cast<scalar>(i) * deltaVgk) * (table[i + 1] - table[i]) *
+                          reciprocalDeltaVgk;
+}
+
+inline scalar PowerLawGridCurrent::valueAt(scalar vgk, bool slopeWanted) const {
+    const double overOnset = static_cast<double>(vgk) + vc;
+    if (!(overOnset >= 0.0)) {
+        return 0.0f;
+    }
+    if (doNotInterpolate) {
+        return static_cast<scalar>(slopeWanted ? lawSlope(overOnset) : lawCurrent(overOnset));
+    }
+    return lookUp(slopeWanted ? slope : current, static_cast<scalar>(overOnset));
+}
+
+inline scalar PowerLawGridCurrent::getCurrent(scalar vgk) const { return valueAt(vgk, false); }
+
+inline scalar PowerLawGridCurrent::getDerivative(scalar vgk) const { return valueAt(vgk, true); }
 
 } // namespace nodara

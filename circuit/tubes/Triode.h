@@ -2,9 +2,8 @@
 
 #include "circuit/Component.h"
 #include "circuit/StampMatrix.h"
-#include "circuit/tubes/TriodeCurrent.h"
-
-#include <memory>
+#include "circuit/tubes/NKTriodeAnodeCurrent.h"
+#include "circuit/tubes/PowerLawGridCurrent.h"
 
 namespace nodara {
 
@@ -28,22 +27,42 @@ public:
     bool hasRhs() override { return true; }
     bool rhsReadsIterate() override { return true; }
     bool isNonlinear() override { return true; }
+    bool stampsDirectly() override { return true; }
+    void addRhsTo(scalar* x, scalar* out) override;
+    void addJacobianTo(scalar* x, scalar* const* targets) override;
 
 protected:
     void configure(const Properties& properties) override;
 
 private:
-    void condition(scalar* x);
+    /// The grid and anode voltages against the cathode once conditioned.
+    struct Voltages {
+        scalar vgk;
+        scalar vpk;
+    };
+    struct Currents {
+        scalar anode;
+        scalar grid;
+    };
+    /// a = dIp/dVgk, b = dIp/dVpk, c = dIg/dVgk.
+    struct Slopes {
+        scalar a;
+        scalar b;
+        scalar c;
+    };
 
-    std::unique_ptr<TriodeCurrent> anode;
-    std::unique_ptr<TriodeCurrent> grid;
+    Voltages condition(scalar* x);
+    /// Conditions x and evaluates the laws there.
+    Currents currentsAt(scalar* x);
+    Slopes slopesAt(scalar* x);
+
+    /// Held by value, so that an evaluation calls the laws directly.
+    NKTriodeAnodeCurrent anode;
+    PowerLawTriodeGridCurrent grid;
     scalar rhs[3] = {0.0f, 0.0f, 0.0f};
     StampMatrix jacobian{3, 3};
-    scalar vp = 0.0f;
     /// The anode voltage of the last evaluation, across iterations and samples; 0 at first.
     scalar lastVp = 0.0f;
-    scalar vg = 0.0f;
-    scalar vk = 0.0f;
 };
 
 } // namespace nodara
