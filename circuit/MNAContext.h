@@ -29,6 +29,9 @@ namespace nodara {
 class MNAContext : public Context {
 public:
     MNAContext();
+    /// Not copied: the direct parts' Jacobian targets point into this context's own matrix.
+    MNAContext(const MNAContext&) = delete;
+    MNAContext& operator=(const MNAContext&) = delete;
 
     /// The node names that mean ground.
     static bool isGround(const std::string& node) { return node == "0" || node == "GND"; }
