@@ -53,6 +53,9 @@ void requireNonNegative(const char* key, double value) {
 } // namespace
 
 void NKTriodeAnodeCurrent::setProperties(const Properties& properties) {
+    // A new law: nothing kept from the old one may answer for it.
+    lawKept = false;
+    readVg = std::numeric_limits<scalar>::quiet_NaN();
     readLaw(properties);
     readProperty(properties, "DoNotInterpolate", doNotInterpolate, boolParser);
     if (!doNotInterpolate) {
